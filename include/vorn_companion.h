@@ -1,0 +1,148 @@
+// vornxml -- companion pieces: a thin file class, a polymorphic object root,
+// a doubly linked object list with its own cursor, and ASCII string helpers.
+//
+// These small classes sit underneath the XML classes.  They are part of
+// libvornxml.so and reach hosts through <vorn_xml.h>.
+#ifndef VORN_COMPANION_H
+#define VORN_COMPANION_H
+
+#include <string>
+
+// ---------------------------------------------------------------------------
+// String helpers.  All three work on bytes and touch only ASCII; every other
+// byte is copied unchanged.  Each returns a new string and leaves its
+// argument alone.
+// ---------------------------------------------------------------------------
+
+// Returns a copy of `text` with A-Z turned into a-z.
+std::string to_lower_case(const std::string& text);
+
+// Returns a copy of `text` with a-z turned into A-Z.
+std::string to_upper_case(const std::string& text);
+
+// Returns a copy of `text` without its trailing ASCII white space
+// (blank, tab, line feed, vertical tab, form feed, carriage return).
+std::string trim_right(const std::string& text);
+
+// ---------------------------------------------------------------------------
+// VORN_FILE: a file opened for reading through the operating system's
+// descriptors.  A new object is closed; close() is harmless on a file that
+// was never opened and when called twice.  The object closes itself when it
+// is destroyed.
+// ---------------------------------------------------------------------------
+class VORN_FILE {
+public:
+    // Flags for open(), combined with a bitwise or.  OPEN_TEXT_MODE is
+    // accepted for portability and changes nothing on Linux.
+    static constexpr int OPEN_READ_ONLY = 0x1;
+    static constexpr int OPEN_TEXT_MODE = 0x2;
+
+    VORN_FILE() = default;
+    VORN_FILE(const VORN_FILE&) = delete;
+    VORN_FILE& operator=(const VORN_FILE&) = delete;
+
+    // Closes the file if it is still open.
+    virtual ~VORN_FILE();
+
+    // Opens the file at `path` for reading (a file already open through this
+    // object is closed first).  Returns true on success; on failure the
+    // object is closed.
+    virtual bool open(const std::string& path, int flags);
+
+    // Closes the file.  Does nothing on a closed file.
+    virtual void close();
+
+    // True while a file is open through this object.
+    virtual bool is_open() const;
+
+    // Reads at most `max` bytes into `buffer` and returns how many were
+    // read: 0 at end of file, -1 on failure or on a closed file.  Retries
+    // reads interrupted by signals.
+    virtual int read(char* buffer, int max);
+
+private:
+    int descriptor = -1;
+};
+
+// ---------------------------------------------------------------------------
+// VORN_OBJ: the polymorphic root of every object kept in a VORN_OBJ_LIST, so
+// that an owner can delete the objects through VORN_OBJ pointers.
+// ---------------------------------------------------------------------------
+class VORN_OBJ {
+public:
+    VORN_OBJ() = default;
+    VORN_OBJ(const VORN_OBJ&) = default;
+    VORN_OBJ& operator=(const VORN_OBJ&) = default;
+    virtual ~VORN_OBJ() {}
+};
+
+// ---------------------------------------------------------------------------
+// VORN_OBJ_LIST: a doubly linked list of VORN_OBJ pointers in insertion
+// order, with one cursor of its own.  The list never owns what its entries
+// point to: destroying it frees its entries and touches no object.
+//
+// Cursor rules: a new list's cursor stands at the end.  rewind() puts it on
+// the first entry; get_next_object() returns the entry under it and moves
+// on; at the end it returns null and stays there.  Appending never moves
+// the cursor, so entries appended after the cursor reached the end are seen
+// only after the next rewind().
+// ---------------------------------------------------------------------------
+class VORN_OBJ_LIST {
+public:
+    VORN_OBJ_LIST() = default;
+    VORN_OBJ_LIST(const VORN_OBJ_LIST&) = delete;
+    VORN_OBJ_LIST& operator=(const VORN_OBJ_LIST&) = delete;
+
+    // Frees the entries; the objects they point to are left alone.
+    virtual ~VORN_OBJ_LIST();
+
+    // Appends `object` (null included) after the last entry.  On allocation
+    // failure the list is unchanged and std::bad_alloc propagates.
+    virtual void add_object(VORN_OBJ* object);
+
+    // The object of the last entry, or null for an empty list.
+    virtual VORN_OBJ* get_last_object();
+
+    // Puts the cursor on the first entry (at the end for an empty list).
+    virtual void rewind();
+
+    // The object under the cursor, moving the cursor on; null at the end.
+    virtual VORN_OBJ* get_next_object();
+
+    // True when the list has no entry.
+    virtual bool is_empty();
+
+    // Removes the last entry and returns its object (not deleted).  A cursor
+    // on that entry moves to the end.  On an empty list returns null.
+    virtual VORN_OBJ* remove_last_object();
+
+    // Number of entries.
+    virtual long get_count();
+
+    // Removes the first entry and returns its object (not deleted).  A
+    // cursor on that entry moves to the following one.  Null when empty.
+    VORN_OBJ* remove_first_object();
+
+    // The object of the entry before the last one; null when the list has
+    // fewer than two entries.
+    VORN_OBJ* get_object_before_last() const;
+
+    // Moves every entry of `other` in front of this list's first entry,
+    // keeping their order, in constant time and without allocating.
+    // `other` is left empty with its cursor at the end; this list's cursor
+    // stays on the entry it was on.
+    void splice_front(VORN_OBJ_LIST& other);
+
+private:
+    struct NODE {
+        NODE* prev;
+        NODE* next;
+        VORN_OBJ* object;
+    };
+    NODE* first = nullptr;
+    NODE* last = nullptr;
+    NODE* cursor = nullptr;  // null: the end position
+    long count = 0;
+};
+
+#endif

@@ -1,0 +1,26 @@
+// vornxml -- a small, fast XML parsing library.
+//
+// The one header a host includes.  It brings in:
+//   vorn_companion.h    VORN_FILE, VORN_OBJ, VORN_OBJ_LIST, string helpers
+//   vorn_xml_input.h    input sources and vorn_xml_buffer
+//   vorn_xml_errors.h   the message collector
+//   vorn_xml_attrib.h   attribute lists
+//   vorn_xml_element.h  the element tree
+//   vorn_xml_tree.h     the tree handler and the event listener
+//   vorn_xml_parser.h   the parser
+#ifndef VORN_XML_H
+#define VORN_XML_H
+
+#define VORN_XML_VERSION_MAJOR 1
+#define VORN_XML_VERSION_MINOR 0
+#define VORN_XML_VERSION_PATCH 0
+
+#include "vorn_companion.h"
+#include "vorn_xml_attrib.h"
+#include "vorn_xml_element.h"
+#include "vorn_xml_errors.h"
+#include "vorn_xml_input.h"
+#include "vorn_xml_parser.h"
+#include "vorn_xml_tree.h"
+
+#endif

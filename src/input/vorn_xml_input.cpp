@@ -1,0 +1,113 @@
+#include <cstdint>
+#include <cstring>
+#include <utility>
+
+#include "vorn_xml_input.h"
+
+char vorn_xml_buffer[4096];
+
+namespace {
+// A chunk fills at most this much of vorn_xml_buffer; a NUL follows it.
+constexpr int chunk_size = 4095;
+}  // namespace
+
+VORN_XML_SAX_INPUT_SOURCE::~VORN_XML_SAX_INPUT_SOURCE() = default;
+
+// --- file source ------------------------------------------------------------
+
+VORN_XML_FILE_INPUT_SOURCE::VORN_XML_FILE_INPUT_SOURCE()
+    : xml_file(new VORN_FILE), last_char(0), buffer_pos(0), buffer_count(0)
+{
+}
+
+VORN_XML_FILE_INPUT_SOURCE::VORN_XML_FILE_INPUT_SOURCE(const std::string& path) : VORN_XML_FILE_INPUT_SOURCE()
+{
+    is_open = open_xml_file(path);
+}
+
+VORN_XML_FILE_INPUT_SOURCE::~VORN_XML_FILE_INPUT_SOURCE()
+{
+    if (xml_file != nullptr) {
+        close_xml_file();
+        delete xml_file;
+        xml_file = nullptr;
+    }
+}
+
+bool VORN_XML_FILE_INPUT_SOURCE::open_xml_file(const std::string& path)
+{
+    if (trim_right(path).empty())
+        return false;
+    const bool opened = xml_file->open(path, VORN_FILE::OPEN_READ_ONLY | VORN_FILE::OPEN_TEXT_MODE);
+    if (!opened) {
+        delete xml_file;
+        xml_file = nullptr;
+    }
+    return opened;
+}
+
+bool VORN_XML_FILE_INPUT_SOURCE::close_xml_file()
+{
+    xml_file->close();
+    return true;
+}
+
+int VORN_XML_FILE_INPUT_SOURCE::get_next_char()
+{
+    if (buffer_pos < 0 || last_char == -1)
+        return last_char;
+    if (buffer_pos < buffer_count) {
+        last_char = vorn_xml_buffer[buffer_pos];
+        ++buffer_pos;
+        return last_char;
+    }
+    buffer_count = xml_file->read(vorn_xml_buffer, chunk_size);
+    if (buffer_count >= 1) {
+        vorn_xml_buffer[buffer_count] = '\0';
+        // The chunk goes in as a C string: an embedded NUL ends what is kept.
+        xml_text.append(vorn_xml_buffer, std::strlen(vorn_xml_buffer));
+        last_char = vorn_xml_buffer[0];
+        buffer_pos = 1;
+    } else {
+        vorn_xml_buffer[0] = '\0';
+        last_char = -1;
+    }
+    return last_char;
+}
+
+// --- string source ----------------------------------------------------------
+
+VORN_XML_STRING_INPUT_SOURCE::VORN_XML_STRING_INPUT_SOURCE(const std::string& text)
+    : xml_string(text), last_char(0), string_pos(0)
+{
+    is_open = true;
+}
+
+VORN_XML_STRING_INPUT_SOURCE::VORN_XML_STRING_INPUT_SOURCE(std::string&& text)
+    : xml_string(std::move(text)), last_char(0), string_pos(0)
+{
+    is_open = true;
+}
+
+VORN_XML_STRING_INPUT_SOURCE::~VORN_XML_STRING_INPUT_SOURCE() = default;
+
+int VORN_XML_STRING_INPUT_SOURCE::get_next_char()
+{
+    if (last_char == -1)
+        return -1;
+    if (string_pos < xml_string.size() && string_pos != UINT32_MAX) {
+        last_char = xml_string[string_pos];
+        ++string_pos;
+        if (last_char != -1)
+            return last_char;
+    }
+    // The end (or a byte 0xFF): hand the whole text over to xml_text, so the
+    // source holds one copy of it, and stay at the end from now on.
+    if (xml_text.empty())
+        xml_text.swap(xml_string);
+    else
+        xml_text.append(xml_string);
+    std::string().swap(xml_string);
+    last_char = -1;
+    return -1;
+}

@@ -1,0 +1,129 @@
+// The declaration, attributes, tags and element content.
+#include <typeinfo>
+#include <vector>
+
+#include "vorn_xml_parser.h"
+
+bool VORN_XML_SAX_PARSER::parse_xml_signature_line()
+{
+    next_token();
+    return need_token("<", true) && need_token("?", true) && need_token("xml", false) && get_attributes() &&
+           need_token("?", true) && need_token(">", true);
+}
+
+bool VORN_XML_SAX_PARSER::get_attributes()
+{
+    bool result = true;
+    // The list of the previous tag is done with.  When it is a plain list of
+    // our own making, emptying it gives the same new, empty list without a
+    // round trip through the allocator; anything else is deleted.
+    if (current_attrib_list != nullptr && typeid(*current_attrib_list) == typeid(VORN_XML_ATTRIB_LIST)) {
+        current_attrib_list->clear_attribs();
+    } else {
+        delete current_attrib_list;
+        current_attrib_list = nullptr;
+        current_attrib_list = new VORN_XML_ATTRIB_LIST;
+    }
+    std::string name;
+    while (token_type == TOKEN_IDENTIFIER) {
+        name = current_token;
+        next_token();
+        if (!need_token("=", true)) {
+            file_error("Attribute equal (\"=\") token is missing for attribute : " + name);
+            result = false;
+            continue;
+        }
+        if (token_type != TOKEN_STRING) {
+            file_error("Attribute value is missing for attribute : " + name);
+            result = false;
+            continue;
+        }
+        current_attrib_list->set_attrib(name, current_token);
+        next_token();
+    }
+    return result;
+}
+
+int VORN_XML_SAX_PARSER::parse_xml_start_tag(std::string& name)
+{
+    if (!need_token("<", true))
+        return TAG_NONE;
+    if (!is_xml_identifier(name))
+        return TAG_NONE;
+    if (!get_attributes())
+        return TAG_NONE;
+    if (current_token.size() == 1 && current_token[0] == '/') {
+        next_token();
+        need_token(">", true);  // a missing ">" is reported; the tag still counts
+        return TAG_EMPTY;
+    }
+    need_token(">", true);
+    return TAG_START;
+}
+
+int VORN_XML_SAX_PARSER::parse_xml_end_tag(std::string& name)
+{
+    if (!need_token("</", true))
+        return TAG_NONE;
+    if (!is_xml_identifier(name))
+        return TAG_NONE;
+    return need_token(">", true) ? TAG_END : TAG_NONE;
+}
+
+namespace {
+
+inline bool is_text(const std::string& token, const char* text, std::string::size_type length)
+{
+    return token.size() == length && token.compare(0, length, text) == 0;
+}
+
+}  // namespace
+
+// Content is elements followed by at most one run of character data.  Nested
+// elements are read with an explicit stack of the open elements' names rather
+// than one call per level, so the depth of a document costs heap, not stack;
+// events and messages come in the same order as a call per level would give.
+bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
+{
+    std::vector<std::string> open_names;
+    std::string start_name;
+    std::string end_name;
+    for (;;) {
+        // The elements of the current level.
+        while (is_text(current_token, "<", 1)) {
+            start_name.clear();
+            const int kind = parse_xml_start_tag(start_name);
+            if (kind == TAG_START) {
+                tree_handler->process_start_element(start_name, current_attrib_list);
+                open_names.push_back(start_name);
+                continue;  // the content of the new element
+            }
+            if (kind != TAG_EMPTY)
+                return false;
+            tree_handler->process_start_element(start_name, current_attrib_list);
+            tree_handler->process_end_element(start_name);
+        }
+
+        // At most one run of character data ends the level's content.
+        if (!is_text(current_token, "</", 2) && token_type != TOKEN_END_OF_INPUT) {
+            std::string run(current_token);
+            gather_text('<');
+            run += current_token;
+            tree_handler->process_characters(run);
+            next_token();
+        }
+
+        if (open_names.empty())
+            return true;
+
+        // The content of the innermost open element is over: its end tag.
+        end_name.clear();
+        parse_xml_end_tag(end_name);
+        if (open_names.back() != end_name) {
+            file_error("Start (" + open_names.back() + ") and end tag (" + end_name + ") identifiers do not match");
+            return false;
+        }
+        open_names.pop_back();
+        tree_handler->process_end_element(end_name);
+    }
+}

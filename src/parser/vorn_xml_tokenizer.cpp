@@ -1,0 +1,288 @@
+// The tokenizer and the character data reader.
+#include "vorn_xml_parser.h"
+
+namespace {
+
+enum CHAR_CLASS : unsigned char {
+    CLASS_UNKNOWN,
+    CLASS_SPACE,
+    CLASS_SYMBOL,
+    CLASS_QUOTE,
+    CLASS_LESS,
+    CLASS_GREATER,
+    CLASS_DIGIT,
+    CLASS_NAME_START,  // letters and "_"
+};
+
+// The class of every byte, as the "C" locale classifies it.
+struct CHAR_TABLE {
+    unsigned char of[256];
+
+    constexpr CHAR_TABLE() : of()
+    {
+        for (int c = 0; c < 256; ++c)
+            of[c] = CLASS_UNKNOWN;
+        const char* spaces = " \t\n\v\f\r";
+        for (const char* p = spaces; *p != '\0'; ++p)
+            of[static_cast<unsigned char>(*p)] = CLASS_SPACE;
+        const char* symbols = "!#$%&'()*+,-./;=?@[]^{|}~`";
+        for (const char* p = symbols; *p != '\0'; ++p)
+            of[static_cast<unsigned char>(*p)] = CLASS_SYMBOL;
+        of[static_cast<unsigned char>('"')] = CLASS_QUOTE;
+        of[static_cast<unsigned char>('<')] = CLASS_LESS;
+        of[static_cast<unsigned char>('>')] = CLASS_GREATER;
+        for (int c = '0'; c <= '9'; ++c)
+            of[c] = CLASS_DIGIT;
+        for (int c = 'a'; c <= 'z'; ++c)
+            of[c] = CLASS_NAME_START;
+        for (int c = 'A'; c <= 'Z'; ++c)
+            of[c] = CLASS_NAME_START;
+        of[static_cast<unsigned char>('_')] = CLASS_NAME_START;
+    }
+};
+
+constexpr CHAR_TABLE char_table;
+
+inline unsigned char class_of(char c)
+{
+    return char_table.of[static_cast<unsigned char>(c)];
+}
+
+inline bool is_name_char(char c)
+{
+    const unsigned char k = class_of(c);
+    return k == CLASS_NAME_START || k == CLASS_DIGIT;
+}
+
+inline bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+inline char fold(char c)
+{
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+bool equal_ignoring_case(const std::string& a, const std::string& b)
+{
+    if (a.size() != b.size())
+        return false;
+    for (std::string::size_type i = 0; i < a.size(); ++i) {
+        if (fold(a[i]) != fold(b[i]))
+            return false;
+    }
+    return true;
+}
+
+constexpr char end_of_input = -1;
+
+}  // namespace
+
+std::string VORN_XML_SAX_PARSER::get_next_token(bool text_mode, char stop)
+{
+    if (text_mode)
+        gather_text(stop);
+    else
+        next_token();
+    return current_token;
+}
+
+void VORN_XML_SAX_PARSER::next_token()
+{
+    current_token.clear();
+    for (;;) {
+        while (class_of(current_char) == CLASS_SPACE)
+            read_char();
+        if (current_char == end_of_input) {
+            token_type = TOKEN_END_OF_INPUT;
+            return;
+        }
+        switch (class_of(current_char)) {
+        case CLASS_QUOTE: read_quoted_string(); return;
+        case CLASS_LESS:
+            read_char();
+            if (current_char == '/') {
+                read_char();
+                current_token.assign("</", 2);
+                token_type = TOKEN_END_TAG_OPEN;
+                return;
+            }
+            if (current_char == '!') {
+                skip_comment();
+                continue;  // on as a fresh token: consecutive comments loop here
+            }
+            current_token.assign(1, '<');
+            token_type = TOKEN_TAG_OPEN;
+            return;
+        case CLASS_GREATER:
+            current_token.assign(1, '>');
+            token_type = TOKEN_TAG_CLOSE;
+            read_char();
+            return;
+        case CLASS_DIGIT:
+            do {
+                current_token.push_back(current_char);
+                read_char();
+            } while (is_digit(current_char));
+            token_type = TOKEN_NUMBER;
+            return;
+        case CLASS_SYMBOL:
+            current_token.assign(1, current_char);
+            token_type = TOKEN_SYMBOL;
+            read_char();
+            return;
+        case CLASS_NAME_START:
+            do {
+                current_token.push_back(current_char);
+                read_char();
+            } while (is_name_char(current_char));
+            token_type = TOKEN_IDENTIFIER;
+            return;
+        default:
+            // Unknown: the character is not consumed and comes back as the
+            // same token on the next call.
+            current_token.assign(1, current_char);
+            token_type = TOKEN_UNKNOWN;
+            return;
+        }
+    }
+}
+
+void VORN_XML_SAX_PARSER::read_quoted_string()
+{
+    read_char();  // past the opening quote
+    while (current_char != '"' && current_char != end_of_input) {
+        current_token.push_back(current_char);
+        read_char();
+    }
+    if (current_char == '"') {
+        token_type = TOKEN_STRING;
+        read_char();  // past the closing quote
+        return;
+    }
+    file_error("Unexpected end of a quoted string encountered");
+    token_type = TOKEN_UNKNOWN;
+}
+
+void VORN_XML_SAX_PARSER::skip_comment()
+{
+    // current_char is the "!" of "<!".  The two characters after it (the
+    // hyphens of a well-formed comment) are not examined.
+    read_char();
+    read_char();
+    // Scan for "-->".  A character that breaks the chain is dropped and the
+    // scan starts over with a fresh read, so "--->" does not end a comment.
+    for (;;) {
+        read_char();
+        if (current_char == end_of_input)
+            return;
+        if (current_char != '-')
+            continue;
+        read_char();
+        if (current_char == end_of_input)
+            return;
+        if (current_char != '-')
+            continue;
+        read_char();
+        if (current_char == end_of_input)
+            return;
+        if (current_char == '>')
+            break;
+    }
+    read_char();  // past the ">"
+}
+
+void VORN_XML_SAX_PARSER::gather_text(char stop)
+{
+    current_token.clear();
+    while (current_char != stop && token_type != TOKEN_UNKNOWN && token_type != TOKEN_END_OF_INPUT)
+        get_xml_text();
+    token_type = TOKEN_STRING;
+}
+
+void VORN_XML_SAX_PARSER::get_xml_text()
+{
+    if (current_char == end_of_input) {
+        token_type = TOKEN_END_OF_INPUT;
+        return;
+    }
+    if (current_char != '&') {
+        current_token.push_back(current_char);
+        read_char();
+        return;
+    }
+
+    // A reference.  `pending` holds what has been read of it; it is replaced
+    // by the character a complete reference yields, or kept as written.
+    std::string pending(1, '&');
+    read_char();
+    const char* name = nullptr;  // the letters still to match
+    char yields = 0;
+    switch (current_char) {
+    case 'l':
+        name = "lt";
+        yields = '<';
+        break;
+    case 'g':
+        name = "gt";
+        yields = '>';
+        break;
+    case 'q':
+        name = "quot";
+        yields = '"';
+        break;
+    case 'a':
+        pending.push_back('a');
+        read_char();
+        if (current_char == 'm') {
+            name = "mp";
+            yields = '&';
+        } else if (current_char == 'p') {
+            name = "pos";
+            yields = '\'';
+        }
+        break;
+    default: break;
+    }
+    if (name != nullptr) {
+        for (; *name != '\0' && current_char == *name; ++name) {
+            pending.push_back(current_char);
+            read_char();
+        }
+        if (*name == '\0' && current_char == ';')
+            pending.assign(1, yields);
+        else if (current_char != end_of_input)
+            pending.push_back(current_char);
+    } else if (current_char != end_of_input) {
+        pending.push_back(current_char);
+    }
+    current_token.append(pending);
+    read_char();  // past the ";" or the character that ended the match
+}
+
+bool VORN_XML_SAX_PARSER::need_token(const std::string& expected, bool case_sensitive)
+{
+    const bool match = case_sensitive ? current_token == expected : equal_ignoring_case(current_token, expected);
+    if (match) {
+        next_token();
+        return true;
+    }
+    std::string message("Error: ");
+    message += expected;
+    message += " was needed but got ";
+    message += case_sensitive ? current_token : to_lower_case(current_token);
+    file_error(message);
+    return false;
+}
+
+bool VORN_XML_SAX_PARSER::is_xml_identifier(std::string& name)
+{
+    if (token_type == TOKEN_IDENTIFIER) {
+        name = current_token;
+        next_token();
+        return true;
+    }
+    file_error("Expected identifier (" + name + " not found");
+    return false;
+}

@@ -1,0 +1,68 @@
+#include "vorn_xml_attrib.h"
+
+bool LESS_C_STRING::operator()(const std::string& a, const std::string& b) const
+{
+    // Works on the C-string forms: a NUL ends a name.
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(a.c_str());
+    const unsigned char* q = reinterpret_cast<const unsigned char*>(b.c_str());
+    for (;; ++p, ++q) {
+        unsigned x = *p;
+        unsigned y = *q;
+        if (x - 'A' < 26u)
+            x += 0x20;
+        if (y - 'A' < 26u)
+            y += 0x20;
+        if (x != y || x == 0)
+            return static_cast<int>(x) - static_cast<int>(y) < 0;
+    }
+}
+
+VORN_XML_ATTRIB_LIST::VORN_XML_ATTRIB_LIST() : attrib_cursor(attrib_map.begin()) {}
+
+VORN_XML_ATTRIB_LIST::VORN_XML_ATTRIB_LIST(const VORN_XML_ATTRIB_LIST& other)
+    : attrib_map(other.attrib_map), attrib_cursor(attrib_map.end())
+{
+}
+
+VORN_XML_ATTRIB_LIST::~VORN_XML_ATTRIB_LIST() = default;
+
+void VORN_XML_ATTRIB_LIST::set_attrib(const std::string& name, const std::string& value)
+{
+    MAP::iterator at = attrib_map.lower_bound(name);
+    if (at == attrib_map.end() || attrib_map.key_comp()(name, at->first)) {
+        // Build the pair first so a failed allocation leaves the map as it was.
+        attrib_map.emplace_hint(at, name, value);
+        return;
+    }
+    at->second = value;
+}
+
+bool VORN_XML_ATTRIB_LIST::find_attrib(const std::string& name, std::string& value)
+{
+    const MAP::const_iterator at = attrib_map.find(name);
+    if (at == attrib_map.end())
+        return false;
+    value = at->second;
+    return true;
+}
+
+void VORN_XML_ATTRIB_LIST::reset_attrib_list()
+{
+    attrib_cursor = attrib_map.begin();
+}
+
+bool VORN_XML_ATTRIB_LIST::get_next_attrib(std::string& name, std::string& value)
+{
+    if (attrib_cursor == attrib_map.end())
+        return false;
+    name = attrib_cursor->first;
+    value = attrib_cursor->second;
+    ++attrib_cursor;
+    return true;
+}
+
+void VORN_XML_ATTRIB_LIST::clear_attribs()
+{
+    attrib_map.clear();
+    attrib_cursor = attrib_map.end();
+}
