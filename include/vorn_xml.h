@@ -8,6 +8,8 @@
 //   vorn_xml_element.h  the element tree
 //   vorn_xml_tree.h     the tree handler and the event listener
 //   vorn_xml_parser.h   the parser
+//   vorn_xml_position.h line and column of a failure
+//   vorn_xml_writer.h   writing a tree back as a document
 #ifndef VORN_XML_H
 #define VORN_XML_H
 
@@ -21,6 +23,8 @@
 #include "vorn_xml_errors.h"
 #include "vorn_xml_input.h"
 #include "vorn_xml_parser.h"
+#include "vorn_xml_position.h"
 #include "vorn_xml_tree.h"
+#include "vorn_xml_writer.h"
 
 #endif

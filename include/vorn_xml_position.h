@@ -1,0 +1,95 @@
+// vornxml -- where reading stopped: line and column of a failure.
+#ifndef VORN_XML_POSITION_H
+#define VORN_XML_POSITION_H
+
+#include <cstdint>
+
+#include "vorn_xml_input.h"
+#include "vorn_xml_parser.h"
+
+// ---------------------------------------------------------------------------
+// VORN_XML_POSITION: a place in a document.  `line` and `column` count from
+// 1; a line ends after each line feed (a carriage return is a byte like any
+// other), and a column counts bytes, so a tab or each byte of a multi-byte
+// character is one column.  `offset` counts bytes from 0.  The place just
+// after the last byte of the document is a position too: the end of input.
+// ---------------------------------------------------------------------------
+struct VORN_XML_POSITION {
+    uint64_t line = 1;
+    uint64_t column = 1;
+    uint64_t offset = 0;
+};
+
+// ---------------------------------------------------------------------------
+// VORN_XML_COUNTING_INPUT_SOURCE: wraps any other source (a file source, a
+// string source or one of the host's own) and counts the lines and columns
+// of what it hands out, so that a host can say where a document went wrong.
+// Pass the wrapper to parse() instead of the inner source:
+//
+//     VORN_XML_FILE_INPUT_SOURCE file("order.xml");
+//     VORN_XML_COUNTING_INPUT_SOURCE source(file);
+//     if (!parser.parse(&source)) {
+//         VORN_XML_POSITION at = source.get_failure_position(parser);
+//         ... report at.line, at.column with each error message ...
+//     }
+//
+// The wrapper does not own the inner source, which must outlive it and must
+// not be read by anyone else meanwhile.  is_open is copied from the inner
+// source when the wrapper is made, so wrap a source once it is open.
+// xml_text follows the inner source's xml_text: after each character the
+// wrapper brings its own copy up to date (appending what the inner source
+// appended), so process_end_document receives the same text it would have
+// received from the inner source.  This costs one more copy of the text.
+// ---------------------------------------------------------------------------
+class VORN_XML_COUNTING_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
+public:
+    VORN_XML_SAX_INPUT_SOURCE* inner;  // not owned
+    VORN_XML_POSITION next;            // where the next byte will come from
+    VORN_XML_POSITION last;            // the character delivered last (the
+                                       // end of input once -1 was delivered)
+    VORN_XML_POSITION quotes[3];       // the last three double quotes, newest first
+    VORN_XML_POSITION end_tag;         // the "<" of the last "</" delivered
+    VORN_XML_POSITION end_tag_before;  // the "<" of the "</" before that
+    int quote_count;                   // quotes delivered, up to 3
+    int end_tag_count;                 // "</" pairs delivered, up to 2
+    bool after_lt;                     // the last character was "<"
+
+    // Wraps `source`; takes is_open and xml_text from it.
+    explicit VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source);
+    VORN_XML_COUNTING_INPUT_SOURCE(const VORN_XML_COUNTING_INPUT_SOURCE&) = delete;
+    VORN_XML_COUNTING_INPUT_SOURCE& operator=(const VORN_XML_COUNTING_INPUT_SOURCE&) = delete;
+    ~VORN_XML_COUNTING_INPUT_SOURCE() override;
+
+    // The inner source's next character, counted.  -1 (end of input) does
+    // not move the count.
+    int get_next_char() override;
+
+    // The position of the parser's look-ahead character (its current_char):
+    // the place where reading stopped.  Before anything was read, line 1,
+    // column 1.
+    VORN_XML_POSITION get_reading_position() const { return last; }
+
+    // The start of `parser`'s current token, worked out from the token's
+    // kind and text and from what this source delivered: the first byte of
+    // a name, number, symbol, "<", "</" or ">", the opening quote of a
+    // quoted string (also of one cut off by the end of input), the
+    // character itself for a character the tokenizer does not know, and the
+    // end of input for the end of input.  Meaningful while `parser` reads
+    // from this source, and after.
+    VORN_XML_POSITION get_token_position(const VORN_XML_SAX_PARSER& parser) const;
+
+    // Where a failed parse went wrong, for reporting with its messages:
+    // - after an end tag whose name does not match its start tag, the "<"
+    //   of that end tag (the parser has by then read the token after it;
+    //   a "</" inside a comment between the two would be taken instead);
+    // - in every other case the start of the current token, as
+    //   get_token_position() gives it: the token at which the parser
+    //   stopped.  For a missing "=" or value in a tag this is the token
+    //   that ended the tag's attributes; for a declaration whose version is
+    //   not "1.0" it is the first token after the declaration.
+    // Looks at the last messages of the parser's error list without moving
+    // its cursor.
+    VORN_XML_POSITION get_failure_position(const VORN_XML_SAX_PARSER& parser) const;
+};
+
+#endif

@@ -1,0 +1,255 @@
+#include "vorn_xml_writer.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t max_indent_levels = 32;
+constexpr std::size_t flush_size = 1 << 16;
+
+bool is_letter(unsigned char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool is_digit(unsigned char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool is_name(const std::string& name)
+{
+    if (name.empty() || is_digit(static_cast<unsigned char>(name[0])))
+        return false;
+    for (const char ch : name) {
+        const auto c = static_cast<unsigned char>(ch);
+        if (!is_letter(c) && !is_digit(c) && c != '_')
+            return false;
+    }
+    return true;
+}
+
+// Bytes that the reader takes as the first token of a run of text and hands
+// on unchanged: names, numbers, ">" and the one-byte symbols.
+bool can_begin_text(unsigned char c)
+{
+    static const char symbols[] = "!#$%&'()*+,-./;=?@[]^`{|}~";
+    return is_letter(c) || is_digit(c) || c == '_' || c == '>' || (c != '\0' && std::strchr(symbols, c) != nullptr);
+}
+
+bool has_ff(const std::string& text)
+{
+    return text.find('\xFF') != std::string::npos;
+}
+
+// Why `element` itself cannot be written; empty when it can.
+std::string problem_of(VORN_XML_ELEMENT* element)
+{
+    if (!is_name(element->element_name))
+        return "the element name is not a name";
+    if (element->attrib_list != nullptr) {
+        std::string name;
+        std::string value;
+        element->attrib_list->reset_attrib_list();
+        while (element->attrib_list->get_next_attrib(name, value)) {
+            if (!is_name(name))
+                return "attribute \"" + name + "\": the name is not a name";
+            if (value.find('"') != std::string::npos)
+                return "attribute \"" + name + "\": the value holds a double quote";
+            if (has_ff(value))
+                return "attribute \"" + name + "\": the value holds the byte 0xFF";
+        }
+    }
+    const std::string& text = element->element_data;
+    if (text.empty())
+        return {};
+    const auto first = static_cast<unsigned char>(text[0]);
+    if (std::strchr(" \t\n\v\f\r", first) != nullptr && first != '\0')
+        return "its text begins with white space, which a reader drops";
+    if (first == '"' || first == '<')
+        return "its text begins with " + std::string(1, text[0]) + ", which a reader takes as markup";
+    if (!can_begin_text(first))
+        return "its text begins with a byte a reader refuses there";
+    if (has_ff(text))
+        return "its text holds the byte 0xFF, which ends a document";
+    return {};
+}
+
+bool has_sub_elements(VORN_XML_ELEMENT* element)
+{
+    return element->subelement_list != nullptr && !element->subelement_list->is_empty();
+}
+
+// Walks the tree under `root` depth first without recursion: open(element,
+// path) before an element's sub-elements, where `path` holds the element's
+// place below the root, and close(element, depth) after them.  Stops and
+// returns false as soon as open() does.
+template <class OPEN, class CLOSE> bool walk(VORN_XML_ELEMENT* root, OPEN open, CLOSE close)
+{
+    std::vector<VORN_XML_ELEMENT*> stack;
+    std::vector<std::size_t> path;
+    if (!open(root, path))
+        return false;
+    stack.push_back(root);
+    path.push_back(0);
+    VORN_XML_ELEMENT* next = root->get_first_sub_element();
+    while (!stack.empty()) {
+        if (next == nullptr) {
+            VORN_XML_ELEMENT* done = stack.back();
+            stack.pop_back();
+            path.pop_back();
+            close(done, stack.size());
+            if (!stack.empty())
+                next = stack.back()->get_next_sub_element();
+            continue;
+        }
+        ++path.back();
+        if (!open(next, path))
+            return false;
+        stack.push_back(next);
+        path.push_back(0);
+        next = next->get_first_sub_element();
+    }
+    return true;
+}
+
+// Collects output and hands it to a stream in large pieces (or keeps it all
+// when there is no stream).
+class SINK {
+public:
+    SINK(std::string& text, std::ostream* stream) : out(text), to(stream) {}
+    void put(const std::string& text) { put(text.data(), text.size()); }
+    void put(const char* text, std::size_t size)
+    {
+        out.append(text, size);
+        if (to != nullptr && out.size() >= flush_size)
+            flush();
+    }
+    void put(char c) { put(&c, 1); }
+    void flush()
+    {
+        if (to != nullptr) {
+            to->write(out.data(), static_cast<std::streamsize>(out.size()));
+            out.clear();
+        }
+    }
+
+private:
+    std::string& out;
+    std::ostream* to;
+};
+
+void put_text(SINK& sink, const std::string& text)
+{
+    sink.put(text[0]);
+    std::size_t from = 1;
+    for (std::size_t i = 1; i < text.size(); ++i) {
+        const char* ref = text[i] == '<' ? "&lt;" : text[i] == '>' ? "&gt;" : text[i] == '&' ? "&amp;" : nullptr;
+        if (ref != nullptr) {
+            sink.put(text.data() + from, i - from);
+            sink.put(ref, std::strlen(ref));
+            from = i + 1;
+        }
+    }
+    sink.put(text.data() + from, text.size() - from);
+}
+
+void put_indent(SINK& sink, int width, std::size_t depth)
+{
+    if (width <= 0)
+        return;
+    sink.put('\n');
+    const std::size_t levels = depth < max_indent_levels ? depth : max_indent_levels;
+    sink.put(std::string(levels * static_cast<std::size_t>(width), ' '));
+}
+
+void write_tree(VORN_XML_ELEMENT* root, int indent, SINK& sink)
+{
+    sink.put("<?xml version=\"1.0\"?>\n");
+    auto open = [&](VORN_XML_ELEMENT* element, const std::vector<std::size_t>& path) {
+        if (!path.empty())
+            put_indent(sink, indent, path.size());
+        sink.put('<');
+        sink.put(element->element_name);
+        if (element->attrib_list != nullptr) {
+            std::string name;
+            std::string value;
+            element->attrib_list->reset_attrib_list();
+            while (element->attrib_list->get_next_attrib(name, value)) {
+                sink.put(' ');
+                sink.put(name);
+                sink.put("=\"");
+                sink.put(value);
+                sink.put('"');
+            }
+        }
+        sink.put(has_sub_elements(element) || !element->element_data.empty() ? ">" : "/>");
+        return true;
+    };
+    auto close = [&](VORN_XML_ELEMENT* element, std::size_t depth) {
+        const bool nested = has_sub_elements(element);
+        if (!nested && element->element_data.empty())
+            return;
+        if (nested)
+            put_indent(sink, indent, depth);
+        if (!element->element_data.empty())
+            put_text(sink, element->element_data);
+        sink.put("</");
+        sink.put(element->element_name);
+        sink.put('>');
+    };
+    walk(root, open, close);
+    sink.put('\n');
+    sink.flush();
+}
+
+}  // namespace
+
+VORN_XML_WRITER::~VORN_XML_WRITER() = default;
+
+bool VORN_XML_WRITER::check(VORN_XML_ELEMENT* root)
+{
+    error_message.clear();
+    if (root == nullptr) {
+        error_message = "cannot write: there is no root element";
+        return false;
+    }
+    auto open = [this](VORN_XML_ELEMENT* element, const std::vector<std::size_t>& path) {
+        const std::string problem = problem_of(element);
+        if (problem.empty())
+            return true;
+        std::string place;
+        for (const std::size_t index : path)
+            place += "/" + std::to_string(index);
+        error_message = "cannot write element \"" + element->element_name + "\" at " + (place.empty() ? "/" : place) +
+                        ": " + problem;
+        return false;
+    };
+    return walk(root, open, [](VORN_XML_ELEMENT*, std::size_t) {});
+}
+
+bool VORN_XML_WRITER::write(VORN_XML_ELEMENT* root, std::string& out)
+{
+    if (!check(root))
+        return false;
+    SINK sink(out, nullptr);
+    write_tree(root, indent_width, sink);
+    return true;
+}
+
+bool VORN_XML_WRITER::write(VORN_XML_ELEMENT* root, std::ostream& out)
+{
+    if (!check(root))
+        return false;
+    std::string buffer;
+    SINK sink(buffer, &out);
+    write_tree(root, indent_width, sink);
+    out.flush();
+    if (!out) {
+        error_message = "cannot write: the output stream failed";
+        return false;
+    }
+    return true;
+}
