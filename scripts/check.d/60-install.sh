@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Installs into a temporary prefix, builds a host program against it twice
+# (CMake's find_package and pkg-config) and runs it, runs the installed tool,
+# then builds the Debian package and checks what it holds.
+set -euo pipefail
+cd "$VORNXML_ROOT"
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORNXML_BUILD_TESTS=ON >/dev/null
+cmake --build build -j "$VORNXML_JOBS"
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+cmake --install build --prefix "$prefix" >/dev/null
+
+for f in include/vorn_xml.h include/vorn_xml_writer.h include/vorn_xml_position.h bin/vornxml \
+         lib/libvornxml.so lib/libvornxml.so.1 lib/cmake/VornXml/VornXmlConfig.cmake \
+         lib/cmake/VornXml/VornXmlConfigVersion.cmake lib/pkgconfig/vornxml.pc; do
+    [ -e "$prefix/$f" ] || { echo "install: $f is missing"; exit 1; }
+done
+[ -L "$prefix/lib/libvornxml.so" ] && [ -L "$prefix/lib/libvornxml.so.1" ] ||
+    { echo "install: the SONAME links are missing"; exit 1; }
+readelf -d "$prefix/lib/libvornxml.so" | grep -q 'SONAME.*libvornxml.so.1' ||
+    { echo "install: wrong SONAME"; exit 1; }
+
+expected='<?xml version="1.0"?>
+<a x="1"><b>t &amp; u</b></a>'
+check_consumer() {
+    local exe=$1 out
+    out=$(LD_LIBRARY_PATH="$prefix/lib" "$exe")
+    [ "$out" = "$expected" ] || { echo "install: $exe wrote: $out"; exit 1; }
+    out=$(LD_LIBRARY_PATH="$prefix/lib" "$exe" '<?xml version="1.0"?>
+<a></b>' || true)
+    [ "$out" = "2:4: Start (a) and end tag (b) identifiers do not match" ] ||
+        { echo "install: $exe reported: $out"; exit 1; }
+}
+
+cmake -S tests/install/consumer -B "$work/with-cmake" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/with-cmake" >/dev/null
+check_consumer "$work/with-cmake/consumer"
+
+# shellcheck disable=SC2046
+c++ -std=c++17 tests/install/consumer/consumer.cpp -o "$work/with-pkg-config" \
+    $(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --cflags --libs vornxml)
+check_consumer "$work/with-pkg-config"
+
+"$prefix/bin/vornxml" --quiet examples/catalog.xml
+
+(cd build && cpack -G DEB -B "$work/deb" >/dev/null)
+deb=$(ls "$work"/deb/*.deb)
+dpkg-deb -c "$deb" | awk '{print $6}' | sort >"$work/contents"
+for f in ./usr/include/vorn_xml.h ./usr/lib/libvornxml.so ./usr/lib/libvornxml.so.1 ./usr/lib/libvornxml.so.1.0.0 \
+         ./usr/bin/vornxml ./usr/lib/cmake/VornXml/VornXmlConfig.cmake ./usr/lib/pkgconfig/vornxml.pc; do
+    grep -qx "$f" "$work/contents" || { echo "install: $(basename "$deb") lacks $f"; exit 1; }
+done
+dpkg-deb -I "$deb" | grep -q 'Package: vornxml' || { echo "install: bad package control data"; exit 1; }
+echo "install: prefix, find_package, pkg-config, tool and $(basename "$deb") checked"
