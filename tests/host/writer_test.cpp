@@ -1,0 +1,195 @@
+// Writing trees back: what is written reads back to the same tree, and what
+// cannot be written so is refused without a byte written.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+#include <sstream>
+
+#include "vorn_test_support.h"
+
+namespace {
+
+using ELEMENT_PTR = std::unique_ptr<VORN_XML_ELEMENT>;
+
+ELEMENT_PTR make(const std::string& name, const std::string& data = "",
+                 std::vector<std::pair<std::string, std::string>> attributes = {})
+{
+    VORN_XML_ATTRIB_LIST list;
+    for (const auto& a : attributes)
+        list.set_attrib(a.first, a.second);
+    auto element = std::make_unique<VORN_XML_ELEMENT>(name, attributes.empty() ? nullptr : &list);
+    element->set_element_data(data);
+    return element;
+}
+
+// Parses `doc` and returns the dump of its tree ("" when refused).
+std::string read_back(const std::string& doc)
+{
+    VORN_XML_SAX_PARSER parser;
+    VORN_XML_STRING_INPUT_SOURCE source(doc);
+    if (!parser.parse(&source))
+        return "";
+    return vorn_test::dump_tree(parser.get_tree_handler()->get_root_element());
+}
+
+// A random tree within what the reader can represent: names, attribute
+// values free of '"' and 0xFF, texts that begin with a byte a run can begin
+// with, elements with both sub-elements and text.
+class TREE_MAKER {
+public:
+    explicit TREE_MAKER(unsigned seed) : random(seed) {}
+
+    ELEMENT_PTR tree(int elements)
+    {
+        std::vector<VORN_XML_ELEMENT*> all;
+        ELEMENT_PTR root = element();
+        all.push_back(root.get());
+        for (int i = 1; i < elements; ++i) {
+            VORN_XML_ELEMENT* parent = all[pick(all.size())];
+            ELEMENT_PTR child = element();
+            all.push_back(child.get());
+            parent->add_sub_element(child.release());
+        }
+        return root;
+    }
+
+private:
+    std::mt19937 random;
+    std::size_t pick(std::size_t n) { return std::uniform_int_distribution<std::size_t>(0, n - 1)(random); }
+    char from(const std::string& set) { return set[pick(set.size())]; }
+
+    std::string name()
+    {
+        static const std::string head = "abcXYZ_";
+        std::string n(1, from(head));
+        for (std::size_t i = pick(5); i > 0; --i)
+            n += from(head + "0123456789");
+        return n;
+    }
+
+    std::string bytes(std::size_t length, const std::string& excluded)
+    {
+        std::string out;
+        while (out.size() < length) {
+            const char c = static_cast<char>(pick(255));  // never 0xFF
+            if (excluded.find(c) == std::string::npos)
+                out += c;
+        }
+        return out;
+    }
+
+    ELEMENT_PTR element()
+    {
+        std::vector<std::pair<std::string, std::string>> attributes;
+        for (std::size_t i = pick(4); i > 0; --i)
+            attributes.emplace_back(name(), bytes(pick(6), "\""));
+        std::string data;
+        if (pick(2) == 0)
+            data = std::string(1, from("aZ_9>&!#/;=?@[]^`{|}~'")) + bytes(pick(8), "") + from("<&> \n\"");
+        return make(name(), data, attributes);
+    }
+};
+
+TEST(writer, generated_trees_read_back_the_same)
+{
+    for (unsigned seed = 1; seed <= 300; ++seed) {
+        TREE_MAKER maker(seed);
+        ELEMENT_PTR tree = maker.tree(1 + static_cast<int>(seed % 40));
+        const std::string expected = vorn_test::dump_tree(tree.get());
+        for (const int indent : {0, 2}) {
+            VORN_XML_WRITER writer(indent);
+            std::string doc;
+            ASSERT_TRUE(writer.write(tree.get(), doc)) << writer.error_message;
+            ASSERT_EQ(read_back(doc), expected) << "seed " << seed << " indent " << indent << "\n" << doc;
+        }
+    }
+}
+
+TEST(writer, layout_and_escapes)
+{
+    ELEMENT_PTR root = make("a", "&x<y>&amp;", {{"k", "<&>"}});
+    root->add_sub_element(make("b").release());
+    root->add_sub_element(make("c", ">t").release());
+    std::string flat;
+    std::string indented;
+    ASSERT_TRUE(VORN_XML_WRITER().write(root.get(), flat));
+    ASSERT_TRUE(VORN_XML_WRITER(2).write(root.get(), indented));
+    EXPECT_EQ(flat, "<?xml version=\"1.0\"?>\n<a k=\"<&>\"><b/><c>>t</c>&x&lt;y&gt;&amp;amp;</a>\n");
+    EXPECT_EQ(indented, "<?xml version=\"1.0\"?>\n<a k=\"<&>\">\n  <b/>\n  <c>>t</c>\n&x&lt;y&gt;&amp;amp;</a>\n");
+}
+
+TEST(writer, refuses_what_would_not_read_back)
+{
+    const struct {
+        ELEMENT_PTR tree;
+        std::string message;
+    } cases[] = {
+        {make("a-b"), "cannot write element \"a-b\" at /: the element name is not a name"},
+        {make("9a"), "cannot write element \"9a\" at /: the element name is not a name"},
+        {make(""), "cannot write element \"\" at /: the element name is not a name"},
+        {make("a", "", {{"x:y", "1"}}), "cannot write element \"a\" at /: attribute \"x:y\": the name is not a name"},
+        {make("a", "", {{"q", "say \"hi\""}}),
+         "cannot write element \"a\" at /: attribute \"q\": the value holds a double quote"},
+        {make("a", "", {{"q", "\xFF"}}),
+         "cannot write element \"a\" at /: attribute \"q\": the value holds the byte 0xFF"},
+        {make("a", " x"), "cannot write element \"a\" at /: its text begins with white space, which a reader drops"},
+        {make("a", "\"q\""),
+         "cannot write element \"a\" at /: its text begins with \", which a reader takes as markup"},
+        {make("a", "<b"), "cannot write element \"a\" at /: its text begins with <, which a reader takes as markup"},
+        {make("a", ":x"), "cannot write element \"a\" at /: its text begins with a byte a reader refuses there"},
+        {make("a", std::string(1, '\0')),
+         "cannot write element \"a\" at /: its text begins with a byte a reader refuses there"},
+        {make("a", "x\xFFy"), "cannot write element \"a\" at /: its text holds the byte 0xFF, which ends a document"},
+    };
+    for (const auto& c : cases) {
+        VORN_XML_WRITER writer;
+        std::string out = "kept";
+        EXPECT_FALSE(writer.write(c.tree.get(), out));
+        EXPECT_EQ(out, "kept");
+        EXPECT_EQ(writer.error_message, c.message);
+    }
+
+    // Deep inside a tree: the place names the path, and a stream gets nothing.
+    ELEMENT_PTR root = make("r");
+    root->add_sub_element(make("a").release());
+    ELEMENT_PTR b = make("b");
+    b->add_sub_element(make("ok").release());
+    b->add_sub_element(make("bad", "\tx").release());
+    root->add_sub_element(b.release());
+    VORN_XML_WRITER writer;
+    std::ostringstream stream;
+    EXPECT_FALSE(writer.write(root.get(), stream));
+    EXPECT_EQ(stream.str(), "");
+    EXPECT_EQ(writer.error_message,
+              "cannot write element \"bad\" at /2/2: its text begins with white space, which a reader drops");
+    EXPECT_FALSE(writer.write(nullptr, stream));
+}
+
+TEST(writer, million_levels_deep)
+{
+    constexpr int depth = 1000000;
+    ELEMENT_PTR root = make("d");
+    VORN_XML_ELEMENT* leaf = root.get();
+    for (int i = 1; i < depth; ++i) {
+        auto child = make("d");
+        VORN_XML_ELEMENT* next = child.get();
+        leaf->add_sub_element(child.release());
+        leaf = next;
+    }
+    leaf->set_element_data("end");
+    std::ostringstream stream;
+    VORN_XML_WRITER writer;
+    ASSERT_TRUE(writer.write(root.get(), stream));
+    VORN_XML_SAX_PARSER parser;
+    VORN_XML_STRING_INPUT_SOURCE source(stream.str());
+    ASSERT_TRUE(parser.parse(&source));
+    int levels = 0;
+    VORN_XML_ELEMENT* e = parser.get_tree_handler()->get_root_element();
+    for (; e->get_first_sub_element() != nullptr; e = e->get_first_sub_element())
+        ++levels;
+    EXPECT_EQ(levels + 1, depth);
+    EXPECT_EQ(e->element_data, "end");
+}
+
+}  // namespace
