@@ -1,0 +1,46 @@
+// Parses a file, walks its tree, marks every element that has text with an
+// attribute, and writes the document back, indented:
+//   example_walk_and_write examples/catalog.xml
+#include <iostream>
+#include <vector>
+
+#include <vorn_xml.h>
+
+int main(int argc, char** argv)
+{
+    if (argc != 2) {
+        std::cerr << "usage: example_walk_and_write FILE\n";
+        return 2;
+    }
+    VORN_XML_FILE_INPUT_SOURCE source(argv[1]);
+    VORN_XML_SAX_PARSER parser;
+    if (!source.is_open || !parser.parse(&source)) {
+        std::cerr << argv[1] << ": not read\n";
+        return 1;
+    }
+    VORN_XML_ELEMENT* root = parser.get_tree_handler()->get_root_element();
+    if (root == nullptr)
+        return 0;
+
+    // Depth first with a stack of our own: documents can be very deep.
+    std::vector<VORN_XML_ELEMENT*> todo{root};
+    while (!todo.empty()) {
+        VORN_XML_ELEMENT* element = todo.back();
+        todo.pop_back();
+        if (!element->element_data.empty()) {
+            if (element->attrib_list == nullptr)
+                element->attrib_list = new VORN_XML_ATTRIB_LIST;
+            element->attrib_list->set_attrib("length", std::to_string(element->element_data.size()));
+        }
+        for (VORN_XML_ELEMENT* sub = element->get_first_sub_element(); sub != nullptr;
+             sub = element->get_next_sub_element())
+            todo.push_back(sub);
+    }
+
+    VORN_XML_WRITER writer(2);
+    if (!writer.write(root, std::cout)) {
+        std::cerr << writer.error_message << "\n";
+        return 1;
+    }
+    return 0;
+}
