@@ -44,7 +44,11 @@ public:
     // depth.
     ~VORN_XML_ELEMENT() override;
 
+    // The tag name, as read (letter case kept); valid while the element lives.
     const std::string& get_element_name() const { return element_name; }
+    // The text: the last run of character data read while the element was
+    // the innermost open one (references decoded, leading white space
+    // dropped); empty when none came.
     const std::string& get_element_data() const { return element_data; }
 
     // Replaces the element's text.

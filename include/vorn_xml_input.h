@@ -34,6 +34,7 @@ public:
     VORN_XML_SAX_INPUT_SOURCE() = default;
     VORN_XML_SAX_INPUT_SOURCE(const VORN_XML_SAX_INPUT_SOURCE&) = delete;
     VORN_XML_SAX_INPUT_SOURCE& operator=(const VORN_XML_SAX_INPUT_SOURCE&) = delete;
+    // Releases xml_text.  Derived sources release what they own.
     virtual ~VORN_XML_SAX_INPUT_SOURCE();
 
     // The next character, or -1 at end of input (and on every call after).
@@ -79,6 +80,9 @@ public:
     // file object.
     bool close_xml_file();
 
+    // The next byte of the file, reading the next chunk into
+    // vorn_xml_buffer when the current one is used up; -1 at end of file,
+    // on a failed read and at a byte 0xFF, and for good after that.
     int get_next_char() override;
 };
 
@@ -104,6 +108,8 @@ public:
 
     ~VORN_XML_STRING_INPUT_SOURCE() override;
 
+    // The next byte of the string; -1 at its end (moving the text into
+    // xml_text) and at a byte 0xFF, and for good after that.
     int get_next_char() override;
 };
 
