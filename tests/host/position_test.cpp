@@ -52,7 +52,7 @@ TEST(position, failure_points_at_the_start_of_the_failing_token)
         {std::string(decl) + "<a>:</a>", 2, 4},                // unknown character
         {std::string(decl) + "<a x=\"1\n2", 2, 6},             // quoted string cut off: its quote
         {std::string(decl) + "<a>\"q\"\"r\"<b/></a>", 2, 10},  // the "<" after the run
-        {std::string(decl) + "<a/> <b/> </c>", 2, 11},         // stray end tag at the top level
+        {std::string(decl) + "<a/> </c>", 2, 6},               // stray end tag at the top level
         {std::string(decl) + "<a>text", 2, 8},                 // end of input after the run
         {std::string(decl) + "<a>x\xE9\xE9</b>", 2, 7},        // bytes count as columns
         {"<?xml version=\"1.0\" \"a\"?>", 1, 21},              // a string where "?" belongs
