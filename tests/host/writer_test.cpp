@@ -13,7 +13,7 @@ namespace {
 using ELEMENT_PTR = std::unique_ptr<VORN_XML_ELEMENT>;
 
 ELEMENT_PTR make(const std::string& name, const std::string& data = "",
-                 std::vector<std::pair<std::string, std::string>> attributes = {})
+                 const std::vector<std::pair<std::string, std::string>>& attributes = {})
 {
     VORN_XML_ATTRIB_LIST list;
     for (const auto& a : attributes)

@@ -11,8 +11,14 @@
 
 namespace {
 
-const std::string catalog = std::string(VORNXML_SOURCE_DIR) + "/examples/catalog.xml";
-const std::string broken = std::string(VORNXML_SOURCE_DIR) + "/examples/broken.xml";
+std::string catalog()
+{
+    return VORNXML_SOURCE_DIR "/examples/catalog.xml";
+}
+std::string broken()
+{
+    return VORNXML_SOURCE_DIR "/examples/broken.xml";
+}
 
 struct RUN {
     int status = -1;
@@ -50,7 +56,7 @@ RUN tool(const std::string& args, const std::string& input = "")
 
 TEST(tool, prints_the_tree_of_the_catalog)
 {
-    const RUN run = tool("'" + catalog + "'");
+    const RUN run = tool("'" + catalog() + "'");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "");
     EXPECT_PRED2(starts_with, run.out,
@@ -65,10 +71,10 @@ TEST(tool, prints_the_tree_of_the_catalog)
 
 TEST(tool, reports_errors_with_their_place)
 {
-    const RUN run = tool("'" + broken + "'");
+    const RUN run = tool("'" + broken() + "'");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, broken + ":3:32: Error: = was needed but got 42\n" + broken +
+    EXPECT_EQ(run.err, broken() + ":3:32: Error: = was needed but got 42\n" + broken() +
                            ":3:32: Attribute equal (\"=\") token is missing for attribute : stock\n");
     const RUN mismatch = tool("-", "<?xml version=\"1.0\"?>\n<a>\n  <b>x</c>\n</a>\n");
     EXPECT_EQ(mismatch.status, 1);
@@ -115,23 +121,23 @@ TEST(tool, events_and_quiet)
     EXPECT_EQ(failed.status, 1);
     EXPECT_EQ(failed.out, "start-document\nstart a\nstart b\n");
     EXPECT_EQ(failed.err, "<stdin>:1:28: Start (b) and end tag (a) identifiers do not match\n");
-    for (const std::string& file : {catalog, broken, std::string("/nonexistent")}) {
+    for (const std::string& file : {catalog(), broken(), std::string("/nonexistent")}) {
         const RUN quiet = tool("--quiet '" + file + "'");
         EXPECT_EQ(quiet.out + quiet.err, "");
-        EXPECT_EQ(quiet.status, file == catalog ? 0 : file == broken ? 1 : 2);
+        EXPECT_EQ(quiet.status, file == catalog() ? 0 : file == broken() ? 1 : 2);
     }
 }
 
 TEST(tool, format_round_trips)
 {
-    const RUN formatted = tool("--format '" + catalog + "'");
+    const RUN formatted = tool("--format '" + catalog() + "'");
     EXPECT_EQ(formatted.status, 0);
     EXPECT_PRED2(starts_with, formatted.out,
                  "<?xml version=\"1.0\"?>\n<catalog currency=\"EUR\" shop=\"Harbour Tools\" "
                  "updated=\"2026-03-14\">\n  <category");
     const RUN again = tool("-", formatted.out);
     EXPECT_EQ(again.status, 0);
-    EXPECT_EQ(again.out, tool("'" + catalog + "'").out);
+    EXPECT_EQ(again.out, tool("'" + catalog() + "'").out);
     const RUN refused = tool("--format -", "<?xml version=\"1.0\"?><a>\" x\"</a>");
     EXPECT_EQ(refused.status, 1);
     EXPECT_EQ(refused.out, "");
@@ -141,12 +147,12 @@ TEST(tool, format_round_trips)
 
 TEST(tool, several_files_each_reported_worst_status_wins)
 {
-    const RUN run = tool("'" + catalog + "' - '" + broken + "'", "<?xml version=\"1.0\"?><x/>");
+    const RUN run = tool("'" + catalog() + "' - '" + broken() + "'", "<?xml version=\"1.0\"?><x/>");
     EXPECT_EQ(run.status, 1);
-    EXPECT_PRED2(starts_with, run.out, "==> " + catalog + " <==\ncatalog ");
-    EXPECT_NE(run.out.find("\n==> <stdin> <==\nx\n==> " + broken + " <==\n"), std::string::npos);
-    EXPECT_PRED2(starts_with, run.err, broken + ":3:32: ");
-    EXPECT_EQ(tool("'" + catalog + "' /nonexistent '" + broken + "'").status, 2);
+    EXPECT_PRED2(starts_with, run.out, "==> " + catalog() + " <==\ncatalog ");
+    EXPECT_NE(run.out.find("\n==> <stdin> <==\nx\n==> " + broken() + " <==\n"), std::string::npos);
+    EXPECT_PRED2(starts_with, run.err, broken() + ":3:32: ");
+    EXPECT_EQ(tool("'" + catalog() + "' /nonexistent '" + broken() + "'").status, 2);
 }
 
 }  // namespace
