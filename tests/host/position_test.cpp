@@ -93,14 +93,4 @@ TEST(position, wrapper_passes_the_document_and_its_text_through)
     }
 }
 
-TEST(position, unopened_inner_source_stays_refused)
-{
-    VORN_XML_FILE_INPUT_SOURCE missing("/nonexistent/doc.xml");
-    VORN_XML_COUNTING_INPUT_SOURCE source(missing);
-    VORN_XML_SAX_PARSER parser;
-    EXPECT_FALSE(source.is_open);
-    EXPECT_FALSE(parser.parse(&source));
-    EXPECT_EQ(parser.get_error_handler(), nullptr);
-}
-
 }  // namespace
