@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -201,6 +202,23 @@ private:
     }
 };
 
+// Builds the tree as the default handler does, but takes each top-level
+// element over as it ends: a document may hold several, and the handler alone
+// keeps only the last one.
+class ROOT_COLLECTOR : public VORN_XML_SAX_TREE_HANDLER {
+public:
+    std::vector<std::unique_ptr<VORN_XML_ELEMENT>> roots;
+
+    void process_end_element(const std::string& name) override
+    {
+        VORN_XML_SAX_TREE_HANDLER::process_end_element(name);
+        if (root_element != nullptr) {
+            roots.emplace_back(nullptr);
+            roots.back().reset(take_root_element());
+        }
+    }
+};
+
 void report_errors(const std::string& label, VORN_XML_SAX_PARSER& parser, const VORN_XML_COUNTING_INPUT_SOURCE& source)
 {
     const VORN_XML_POSITION at = source.get_failure_position(parser);
@@ -229,10 +247,13 @@ int process(const std::string& path, MODE mode, bool several)
         std::printf("==> %s <==\n", label.c_str());
 
     EVENT_PRINTER printer;
+    ROOT_COLLECTOR collector;
     VORN_XML_SAX_PARSER parser;
     if (mode == MODE::EVENTS) {
         parser.set_tree_handler(&printer);
         parser.enable_DOM_mode(false);
+    } else {
+        parser.set_tree_handler(&collector);
     }
     bool ok = false;
     auto run = [&](VORN_XML_SAX_INPUT_SOURCE& inner, uint64_t size) {
@@ -260,19 +281,25 @@ int process(const std::string& path, MODE mode, bool several)
     if (!ok)
         return 1;
 
-    VORN_XML_ELEMENT* root = parser.get_tree_handler()->get_root_element();
-    if (mode == MODE::TREE && root != nullptr) {
-        print_tree(root);
+    if (mode == MODE::TREE) {
+        for (const auto& root : collector.roots)
+            print_tree(root.get());
     } else if (mode == MODE::FORMAT) {
         std::fflush(stdout);
-        if (root == nullptr) {
+        if (collector.roots.empty())
             std::cout << "<?xml version=\"1.0\"?>\n";
-        } else {
-            VORN_XML_WRITER writer(2);
-            if (!writer.write(root, std::cout)) {
+        VORN_XML_WRITER writer(2);
+        std::string text;
+        for (std::size_t i = 0; i < collector.roots.size(); ++i) {
+            text.clear();
+            if (!writer.write(collector.roots[i].get(), text)) {
                 std::cerr << label << ": " << writer.error_message << '\n';
                 return 1;
             }
+            // Further top-level elements follow the first without a
+            // declaration of their own.
+            const std::size_t body = i == 0 ? 0 : text.find('\n') + 1;
+            std::cout.write(text.data() + body, static_cast<std::streamsize>(text.size() - body));
         }
         std::cout.flush();
     }
