@@ -1,0 +1,98 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "vorn_test_support.h"
+
+namespace {
+
+// A file object that records the last path opened and what each read returned.
+struct COUNTING_FILE : VORN_FILE {
+    std::string opened = "(none)";
+    std::vector<int> reads;
+    bool open(const std::string& path, int flags) override { return VORN_FILE::open(opened = path, flags); }
+    int read(char* buffer, int max) override { return reads.emplace_back(VORN_FILE::read(buffer, max)); }
+};
+
+// Gives `source` a counting file object (the source owns it) and opens `path`.
+COUNTING_FILE* open_counted(VORN_XML_FILE_INPUT_SOURCE& source, const std::string& path)
+{
+    auto* file = new COUNTING_FILE;
+    delete source.xml_file;
+    source.xml_file = file;
+    source.is_open = source.open_xml_file(path);
+    return file;
+}
+
+// Every character up to the first -1, then two more calls.
+std::vector<int> drain(VORN_XML_SAX_INPUT_SOURCE& source)
+{
+    std::vector<int> out{source.get_next_char()};
+    while (out.back() != -1)
+        out.push_back(source.get_next_char());
+    out.insert(out.end(), {source.get_next_char(), source.get_next_char()});
+    return out;
+}
+
+}  // namespace
+
+TEST(input_source, file_is_read_in_chunks_of_4095_and_not_after_the_end)
+{
+    vorn_test::TEMP_DIR dir;
+    std::string bytes(10000, 'x');
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<char>('a' + i % 26);
+    VORN_XML_FILE_INPUT_SOURCE source;
+    const COUNTING_FILE* file = open_counted(source, dir.write("big.xml", bytes));
+    std::vector<int> expected(bytes.begin(), bytes.end());
+    expected.insert(expected.end(), {-1, -1, -1});
+    EXPECT_EQ(drain(source), expected);
+    EXPECT_EQ(file->reads, (std::vector<int>{4095, 4095, 1810, 0}));
+    EXPECT_EQ(source.xml_text, bytes);
+}
+
+TEST(input_source, bytes_are_delivered_as_signed_chars)
+{
+    struct CASE {
+        std::string bytes;
+        std::vector<int> delivered;
+        std::string file_text;  // the file source's xml_text afterwards
+    };
+    const CASE cases[] = {
+        {"", {-1, -1, -1}, ""},
+        {"ab", {97, 98, -1, -1, -1}, "ab"},
+        {"\xE9\x80\xFE", {-23, -128, -2, -1, -1, -1}, "\xE9\x80\xFE"},
+        {"a\xFF\x62", {97, -1, -1, -1}, "a\xFF\x62"},            // 0xFF ends the input
+        {std::string("a\0b", 3), {97, 0, 98, -1, -1, -1}, "a"},  // a NUL cuts the chunk kept
+    };
+    vorn_test::TEMP_DIR dir;
+    for (const CASE& c : cases) {
+        SCOPED_TRACE(c.bytes);
+        VORN_XML_FILE_INPUT_SOURCE file(dir.write("doc.xml", c.bytes));
+        EXPECT_EQ(drain(file), c.delivered);
+        EXPECT_EQ(file.xml_text, c.file_text);
+        VORN_XML_STRING_INPUT_SOURCE copied(c.bytes), moved(std::string(c.bytes));
+        for (VORN_XML_STRING_INPUT_SOURCE* source : {&copied, &moved}) {
+            EXPECT_TRUE(source->is_open);
+            EXPECT_EQ(drain(*source), c.delivered);
+            EXPECT_EQ(source->xml_text, c.bytes);  // the whole text, once the end is delivered
+        }
+    }
+}
+
+TEST(input_source, file_paths)
+{
+    vorn_test::TEMP_DIR dir;
+    for (const char* path : {"", "   ", " \t\n"}) {
+        VORN_XML_FILE_INPUT_SOURCE source;
+        const COUNTING_FILE* file = open_counted(source, path);
+        EXPECT_TRUE(!source.is_open && file->opened == "(none)" && source.xml_file == file) << path;
+    }
+    const std::string blanks = dir.write("doc.xml  ", "<");
+    VORN_XML_FILE_INPUT_SOURCE trailing;
+    EXPECT_EQ(open_counted(trailing, blanks)->opened, blanks);
+    EXPECT_EQ(trailing.get_next_char(), '<');
+    VORN_XML_FILE_INPUT_SOURCE missing(dir.path() + "/doc.xml");  // only the name with blanks exists
+    EXPECT_FALSE(missing.is_open);
+    EXPECT_EQ(missing.xml_file, nullptr);
+}
