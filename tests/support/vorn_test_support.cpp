@@ -98,7 +98,10 @@ void RECORDING_HANDLER::process_start_element(const std::string& name, VORN_XML_
 void RECORDING_HANDLER::process_end_element(const std::string& name)
 {
     events.push_back("end " + name);
+    VORN_XML_ELEMENT* before = root_element;
     VORN_XML_SAX_TREE_HANDLER::process_end_element(name);
+    if (before != nullptr && root_element != before)
+        replaced_roots.emplace_back(before);
 }
 
 void RECORDING_HANDLER::process_characters(const std::string& text)

@@ -4,6 +4,7 @@
 #ifndef VORN_TEST_SUPPORT_H
 #define VORN_TEST_SUPPORT_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -47,10 +48,14 @@ private:
 // builds the tree through the base operations:
 //   "start-document", "end-document", "start NAME {a=1,b=2}", "end NAME",
 //   "chars TEXT".
+// A document may hold several top-level elements; the handler replaces its
+// root with each one without deleting the one before, so the recorder keeps
+// the replaced ones itself.
 class RECORDING_HANDLER : public VORN_XML_SAX_TREE_HANDLER {
 public:
     std::vector<std::string> events;
     std::string end_document_text;
+    std::vector<std::unique_ptr<VORN_XML_ELEMENT>> replaced_roots;
 
     void process_start_document() override;
     void process_end_document(const char* text) override;
