@@ -196,6 +196,9 @@ public:
 
 TEST(hostile, hundred_megabyte_file)
 {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "measured in the plain build: the sanitizer's allocator is not what mallinfo2 reports on";
+#endif
     vorn_test::TEMP_DIR dir;
     const std::string path = dir.path() + "/big.xml";
     const std::string record = "<item id=\"12345\" kind=\"sample\">" + std::string(200, 't') + "</item>\n";
@@ -221,11 +224,9 @@ TEST(hostile, hundred_megabyte_file)
     }
     const double multiple = static_cast<double>(watch.peak - (before.uordblks + before.hblkhd)) / size;
     std::printf("peak heap while reading a %.0f MB file: %.2f times its size\n", size / 1e6, multiple);
-#ifndef __SANITIZE_ADDRESS__  // the sanitizer's allocator is not what mallinfo2 reports on
     // The source keeps the text it read (1x, more while the string grows) and
     // the tree holds each record's element, text and attribute copy.
     EXPECT_LT(multiple, 5.0);
-#endif
 }
 
 TEST(hostile, every_byte_at_every_position)
