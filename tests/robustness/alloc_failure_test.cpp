@@ -75,7 +75,11 @@ void operator delete[](void* pointer, std::size_t /*size*/) noexcept
 
 namespace {
 
-const std::string declaration = "<?xml version=\"1.0\"?>";
+const std::string& declaration()
+{
+    static const std::string text = "<?xml version=\"1.0\"?>";
+    return text;
+}
 
 struct OUTCOME {
     bool threw = false;
@@ -120,19 +124,19 @@ TEST(alloc_failure, every_allocation_of_a_parse_may_fail)
         std::string document;
         bool from_file;
     } cases[] = {
-        {declaration + "<catalog lang=\"en\"><book id=\"1\" Id=\"2\"><title>A &amp; B</title></book><!-- c -->"
-                       "<empty/>tail</catalog>",
+        {declaration() + "<catalog lang=\"en\"><book id=\"1\" Id=\"2\"><title>A &amp; B</title></book><!-- c -->"
+                         "<empty/>tail</catalog>",
          false},
-        {declaration + "<catalog lang=\"en\"><book id=\"1\"><title>A &amp; B</title></book></catalog>", true},
+        {declaration() + "<catalog lang=\"en\"><book id=\"1\"><title>A &amp; B</title></book></catalog>", true},
         {"<a/>", false},
         {"<?xml version=\"2.0\"?><a/>", false},
-        {declaration + "<a><?pi?></a>", false},
-        {declaration + "<a b c=\"1\" d=e>x</a>", false},
-        {declaration + "<a 5></a>", false},
-        {declaration + "<a>head<b/></a>", false},
-        {declaration + "<a><b></a></b>", false},
-        {declaration + "<a/></b>", false},
-        {declaration + "<a b=\"never closed", false},
+        {declaration() + "<a><?pi?></a>", false},
+        {declaration() + "<a b c=\"1\" d=e>x</a>", false},
+        {declaration() + "<a 5></a>", false},
+        {declaration() + "<a>head<b/></a>", false},
+        {declaration() + "<a><b></a></b>", false},
+        {declaration() + "<a/></b>", false},
+        {declaration() + "<a b=\"never closed", false},
     };
     for (const auto& c : cases) {
         const OUTCOME full = parse_failing_after(c.document, -1, c.from_file);
