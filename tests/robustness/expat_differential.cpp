@@ -28,14 +28,6 @@ struct NODE {
     std::vector<NODE> children;
 };
 
-std::string folded(std::string name)
-{
-    for (char& c : name)
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return name;
-}
-
 std::string canonical(const NODE& node)
 {
     std::string out = node.name + "{";
@@ -112,7 +104,7 @@ private:
         std::set<std::string> used;
         for (int n = pick(5); n > 0; --n) {
             const std::string attribute = name();
-            if (!used.insert(folded(attribute)).second)
+            if (!used.insert(to_lower_case(attribute)).second)
                 continue;
             static const std::string value_chars = printable("", "&<\"");
             out += from(" \t\n", 1, 2) + attribute + space(1) + "=" + space(1) + "\"" + from(value_chars, 0, 10) + "\"";
@@ -137,49 +129,45 @@ private:
     }
 };
 
-struct EXPAT_TREE {
-    std::vector<NODE> open;
-    NODE root;
-};
+// Expat's events build NODEs on a stack whose bottom entry stands for the
+// document: the root ends up as its only child.
+using OPEN = std::vector<NODE>;
 
 void XMLCALL on_start(void* data, const XML_Char* name, const XML_Char** attributes)
 {
     NODE node;
     node.name = name;
     for (; *attributes != nullptr; attributes += 2)
-        node.attributes[folded(attributes[0])] = attributes[1];
-    static_cast<EXPAT_TREE*>(data)->open.push_back(node);
+        node.attributes[to_lower_case(attributes[0])] = attributes[1];
+    static_cast<OPEN*>(data)->push_back(node);
 }
 
 void XMLCALL on_end(void* data, const XML_Char* /*name*/)
 {
-    auto* tree = static_cast<EXPAT_TREE*>(data);
-    NODE node = std::move(tree->open.back());
-    tree->open.pop_back();
+    auto* open = static_cast<OPEN*>(data);
+    NODE node = std::move(open->back());
+    open->pop_back();
     node.text.erase(0, node.text.find_first_not_of(" \t\n"));
-    if (tree->open.empty())
-        tree->root = std::move(node);
-    else
-        tree->open.back().children.push_back(std::move(node));
+    open->back().children.push_back(std::move(node));
 }
 
 void XMLCALL on_text(void* data, const XML_Char* text, int length)
 {
-    auto* tree = static_cast<EXPAT_TREE*>(data);
-    if (!tree->open.empty())
-        tree->open.back().text.append(text, static_cast<std::size_t>(length));
+    static_cast<OPEN*>(data)->back().text.append(text, static_cast<std::size_t>(length));
 }
 
 bool parse_with_expat(const std::string& document, NODE& root)
 {
-    EXPAT_TREE tree;
+    OPEN open(1);
     XML_Parser parser = XML_ParserCreate(nullptr);
-    XML_SetUserData(parser, &tree);
+    XML_SetUserData(parser, &open);
     XML_SetElementHandler(parser, on_start, on_end);
     XML_SetCharacterDataHandler(parser, on_text);
     const bool ok = XML_Parse(parser, document.data(), static_cast<int>(document.size()), 1) == XML_STATUS_OK;
     XML_ParserFree(parser);
-    root = std::move(tree.root);
+    if (open.size() != 1 || open[0].children.size() != 1)
+        return false;
+    root = std::move(open[0].children[0]);
     return ok;
 }
 
@@ -190,22 +178,11 @@ NODE to_node(VORN_XML_ELEMENT* element)
     node.text = element->get_element_data();
     if (element->attrib_list != nullptr)
         for (const auto& pair : element->attrib_list->attrib_map)
-            node.attributes[folded(pair.first)] = pair.second;
+            node.attributes[to_lower_case(pair.first)] = pair.second;
     for (VORN_XML_ELEMENT* child = element->get_first_sub_element(); child != nullptr;
          child = element->get_next_sub_element())
         node.children.push_back(to_node(child));
     return node;
-}
-
-bool parse_with_vornxml(const std::string& document, NODE& root, std::vector<std::string>& errors)
-{
-    VORN_XML_SAX_PARSER parser;
-    VORN_XML_STRING_INPUT_SOURCE source(document);
-    const bool ok = parser.parse(&source);
-    errors = vorn_test::error_messages(parser.get_error_handler());
-    if (VORN_XML_ELEMENT* element = parser.get_tree_handler()->get_root_element())
-        root = to_node(element);
-    return ok;
 }
 
 TEST(expat_differential, random_documents_build_the_same_tree)
@@ -216,11 +193,12 @@ TEST(expat_differential, random_documents_build_the_same_tree)
     for (unsigned seed = 1; seed <= documents; ++seed) {
         const std::string document = GENERATOR(seed).document();
         NODE theirs;
-        NODE ours;
-        std::vector<std::string> errors;
         ASSERT_TRUE(parse_with_expat(document, theirs)) << "seed " << seed << ", expat rejects:\n" << document;
-        ASSERT_TRUE(parse_with_vornxml(document, ours, errors)) << "seed " << seed << ":\n" << document;
-        ASSERT_TRUE(errors.empty()) << "seed " << seed << ": " << errors.front();
+        VORN_XML_SAX_PARSER parser;
+        VORN_XML_STRING_INPUT_SOURCE source(document);
+        ASSERT_TRUE(parser.parse(&source)) << "seed " << seed << ":\n" << document;
+        ASSERT_FALSE(parser.get_error_handler()->has_error_messages()) << "seed " << seed << ":\n" << document;
+        const NODE ours = to_node(parser.get_tree_handler()->get_root_element());
         ASSERT_EQ(canonical(ours), canonical(theirs)) << "seed " << seed << ":\n" << document;
         ++compared;
     }
