@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer target with clang and runs it for a bounded time
+# (VORNXML_FUZZ_SECONDS, default 60) from the committed seed corpus.  Any
+# crash, leak, sanitizer report or broken invariant fails the stage.
+set -euo pipefail
+cd "$VORNXML_ROOT"
+seconds=${VORNXML_FUZZ_SECONDS:-60}
+
+probe=$(mktemp -d)
+trap 'rm -rf "$probe"' EXIT
+printf 'extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned long) { return 0; }\n' \
+    > "$probe/probe.cpp"
+if ! command -v clang++ >/dev/null 2>&1 ||
+   ! clang++ -fsanitize=fuzzer,address,undefined "$probe/probe.cpp" -o "$probe/probe" 2>/dev/null; then
+    echo "SKIPPED: clang++ with libFuzzer (packages clang, libclang-rt-14-dev) is not available"
+    exit 0
+fi
+
+cmake -S . -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+      -DVORNXML_BUILD_FUZZ=ON -DVORNXML_BUILD_TESTS=OFF -DVORNXML_BUILD_BENCH=OFF \
+      -DVORNXML_BUILD_TOOLS=OFF -DVORNXML_BUILD_EXAMPLES=OFF
+cmake --build build-fuzz -j "$VORNXML_JOBS" --target vornxml_parse_fuzzer
+
+# New inputs go to a scratch folder; the committed seeds stay as they are.
+mkdir -p "$probe/corpus" "$probe/artifacts"
+if ! build-fuzz/fuzz/vornxml_parse_fuzzer -dict=fuzz/vornxml.dict -max_total_time="$seconds" \
+        -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 -artifact_prefix="$probe/artifacts/" \
+        "$probe/corpus" fuzz/corpus > "$probe/log" 2>&1; then
+    grep -v '^#' "$probe/log" | tail -60
+    mkdir -p build-fuzz/artifacts && cp "$probe"/artifacts/* build-fuzz/artifacts/ 2>/dev/null || true
+    echo "the fuzzer found a problem; its input is kept in build-fuzz/artifacts"
+    exit 1
+fi
+grep -E '^(Done|stat::number_of_executed_units|stat::average_exec_per_sec)' "$probe/log" || true
+grep -E '^#[0-9]+' "$probe/log" | tail -1

@@ -1,0 +1,148 @@
+// Allocation failure: the global operator new of this executable fails at
+// the N-th allocation once armed.  For N = 1, 2, ... a parse must throw
+// std::bad_alloc, leak nothing and leave parser, handler, tree and collector
+// destroyable, with the messages filed so far a prefix of the full run's,
+// until N is large enough for the parse to finish as it does unhindered.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "vorn_test_support.h"
+
+namespace {
+
+// Blocks allocated while counting carry this tag in a header, so that only
+// they are counted when freed.
+constexpr std::size_t header = 16;
+constexpr unsigned long counted_tag = 0x76726e78UL;
+
+bool counting = false;
+long fail_at = 0;  // allocations still allowed; the next one past it fails
+long live = 0;     // counted blocks not yet freed
+
+void* allocate(std::size_t size)
+{
+    if (counting && fail_at-- == 0)
+        throw std::bad_alloc();
+    auto* block = static_cast<unsigned char*>(std::malloc(size + header));
+    if (block == nullptr)
+        throw std::bad_alloc();
+    *reinterpret_cast<unsigned long*>(block) = counting ? counted_tag : 0;
+    live += counting ? 1 : 0;
+    return block + header;
+}
+
+void release(void* pointer)
+{
+    if (pointer == nullptr)
+        return;
+    unsigned char* block = static_cast<unsigned char*>(pointer) - header;
+    if (*reinterpret_cast<unsigned long*>(block) == counted_tag)
+        --live;
+    std::free(block);
+}
+
+}  // namespace
+
+// The array forms of the standard library call these.
+void* operator new(std::size_t size)
+{
+    return allocate(size);
+}
+void operator delete(void* pointer) noexcept
+{
+    release(pointer);
+}
+void operator delete(void* pointer, std::size_t /*size*/) noexcept
+{
+    release(pointer);
+}
+
+namespace {
+
+const std::string& declaration()
+{
+    static const std::string text = "<?xml version=\"1.0\"?>";
+    return text;
+}
+
+struct OUTCOME {
+    bool threw = false;
+    bool ok = false;
+    std::vector<std::string> errors;
+    std::string tree;
+};
+
+// One parse with allocations failing after `allowed` of them (never when
+// negative).  What it reports is read with the failure switched off.
+OUTCOME parse_failing_after(const std::string& document, long allowed, bool from_file)
+{
+    OUTCOME outcome;
+    vorn_test::TEMP_DIR dir;
+    const std::string path = dir.write("doc.xml", document);
+    live = 0;
+    fail_at = allowed;
+    counting = allowed >= 0;
+    try {
+        VORN_XML_SAX_PARSER parser;
+        VORN_XML_FILE_INPUT_SOURCE file(path);
+        VORN_XML_STRING_INPUT_SOURCE text(document);
+        try {
+            outcome.ok = parser.parse(from_file ? static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&file) : &text);
+        } catch (const std::bad_alloc&) {
+            outcome.threw = true;
+        }
+        counting = false;  // read back and tear down without failures
+        if (parser.get_error_handler() != nullptr)
+            outcome.errors = vorn_test::error_messages(parser.get_error_handler());
+        outcome.tree = vorn_test::dump_tree(parser.get_tree_handler()->get_root_element());
+    } catch (const std::bad_alloc&) {
+        outcome.threw = true;  // the parser or a source could not be made
+    }
+    counting = false;
+    return outcome;
+}
+
+TEST(alloc_failure, every_allocation_of_a_parse_may_fail)
+{
+    const std::string cases[] = {
+        declaration() + "<catalog lang=\"en\"><book id=\"1\" Id=\"2\"><title>A &amp; B</title></book><!-- c -->"
+                        "<empty/>tail</catalog>",
+        "<a/>",
+        "<?xml version=\"2.0\"?><a/>",
+        declaration() + "<a><?pi?></a>",
+        declaration() + "<a b c=\"1\" d=e>x</a>",
+        declaration() + "<a 5></a>",
+        declaration() + "<a>head<b/></a>",
+        declaration() + "<a><b></a></b>",
+        declaration() + "<a/></b>",
+        declaration() + "<a b=\"never closed",
+    };
+    for (const std::string& document : cases) {
+        for (const bool from_file : {false, true}) {
+            const OUTCOME full = parse_failing_after(document, -1, from_file);
+            long allowed = 0;
+            for (;; ++allowed) {
+                ASSERT_LT(allowed, 10000) << document;
+                const OUTCOME partial = parse_failing_after(document, allowed, from_file);
+                EXPECT_EQ(live, 0) << "blocks leaked with allocation " << allowed << " failing: " << document;
+                if (!partial.threw) {
+                    EXPECT_EQ(partial.ok, full.ok) << document;
+                    EXPECT_EQ(partial.errors, full.errors) << document;
+                    EXPECT_EQ(partial.tree, full.tree) << document;
+                    break;
+                }
+                ASSERT_LE(partial.errors.size(), full.errors.size()) << document;
+                EXPECT_TRUE(std::equal(partial.errors.begin(), partial.errors.end(), full.errors.begin()))
+                    << "allocation " << allowed << ": " << document;
+            }
+            EXPECT_GT(allowed, 0) << document;
+        }
+    }
+}
+
+}  // namespace
