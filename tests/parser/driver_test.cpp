@@ -35,11 +35,6 @@ struct TAKING_HANDLER : VORN_XML_SAX_TREE_HANDLER {
 
 }  // namespace
 
-TEST(driver, end_document_receives_the_text_read)
-{
-    EXPECT_EQ(vorn_test::parse_all_ways(DECL + "<a>\r\n</a>").end_document_text, DECL + "<a>\r\n</a>");
-}
-
 TEST(driver, refusals_change_nothing)
 {
     vorn_test::RECORDING_HANDLER handler;

@@ -58,7 +58,6 @@ struct OUTCOME {
     std::vector<std::string> errors;
     std::vector<std::string> events;
     std::string tree;  // dump_tree() of the root
-    std::string end_document_text;
 };
 
 // Parses `document` with a fresh parser and a RECORDING_HANDLER through the
