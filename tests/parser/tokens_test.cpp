@@ -92,29 +92,3 @@ TEST(tokens, every_symbol_and_unknown_byte)
         EXPECT_TRUE(t.errors().empty());
     }
 }
-
-// The look-ahead after a token is the first character not taken into it.
-// Text mode (asked for after the first token of the input here) starts at
-// that look-ahead and leaves the stop character unread.
-TEST(tokens, look_ahead_after_a_token)
-{
-    const struct {
-        const char* input;
-        const char* token;
-        bool text_mode;
-        char after;
-    } cases[] = {
-        {"  <a", "OPEN <", false, 'a'},         {"\"a b\" c", "STR a b", false, ' '},
-        {"\"abc", "? abc", false, -1},          {"12x", "NUM 12", false, 'x'},
-        {"a bc d <x", "STR  bc d ", true, '<'}, {"a<x", "STR ", true, '<'},
-        {"a bc", "STR  bc", true, -1},          {"", "STR ", true, -1},
-    };
-    for (const auto& c : cases) {
-        TOKENIZER t(c.input);
-        std::string token = t.next();
-        if (c.text_mode)
-            token = t.text();
-        EXPECT_EQ(token, c.token) << c.input;
-        EXPECT_EQ(t.parser.current_char, c.after) << c.input;
-    }
-}
