@@ -9,8 +9,6 @@
 
 namespace {
 
-const std::string decl = "<?xml version=\"1.0\"?>\n";
-
 // Runs `check(counting source)` over `doc` through the string, file and byte
 // sources in turn.
 template <typename CHECK> void each_source(const std::string& doc, CHECK check)
@@ -28,6 +26,7 @@ template <typename CHECK> void each_source(const std::string& doc, CHECK check)
 
 TEST(position, failure_points_at_the_start_of_the_failing_token)
 {
+    const std::string decl = "<?xml version=\"1.0\"?>\n";
     const struct {
         std::string doc;
         uint64_t line, column;
@@ -64,7 +63,7 @@ TEST(position, failure_points_at_the_start_of_the_failing_token)
 
 TEST(position, wrapper_passes_the_document_and_its_text_through)
 {
-    const std::string doc = decl + "<a x=\"1\">\n<b>t &amp; u</b>\n</a>\n";
+    const std::string doc = "<?xml version=\"1.0\"?>\n<a x=\"1\">\n<b>t &amp; u</b>\n</a>\n";
     each_source(doc, [&](VORN_XML_COUNTING_INPUT_SOURCE& source) {
         vorn_test::RECORDING_HANDLER handler;
         VORN_XML_SAX_PARSER parser;

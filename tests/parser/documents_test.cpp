@@ -6,13 +6,13 @@
 
 namespace {
 
-const std::string DECL = "<?xml version=\"1.0\"?>";
-const std::string NOT_FOUND = "XML signature header line not found";
-const std::string BAD_VERSION = "Unknown XML version encountered";
-const std::string NO_END = "Error: </ was needed but got ";
-const std::string EMPTY_END = "Start (a) and end tag () identifiers do not match";
-const std::string UNQUOTED = "Unexpected end of a quoted string encountered";
-const std::string EXTRA = "Extra input found after the root end tag";
+const char* const DECL = "<?xml version=\"1.0\"?>";
+const char* const NOT_FOUND = "XML signature header line not found";
+const char* const BAD_VERSION = "Unknown XML version encountered";
+const char* const NO_END = "Error: </ was needed but got ";
+const char* const EMPTY_END = "Start (a) and end tag () identifiers do not match";
+const char* const UNQUOTED = "Unexpected end of a quoted string encountered";
+const char* const EXTRA = "Extra input found after the root end tag";
 std::string no_equal(const std::string& name)
 {
     return "Attribute equal (\"=\") token is missing for attribute : " + name;
@@ -89,8 +89,8 @@ TEST(documents, elements)
         {"<a 5></a>", true, {"Error: > was needed but got 5"}, "start a {}; chars 5>; end a"},
         {"<a></a", true, {"Error: > was needed but got "}, "start a {}; end a"},
         {"<a/", true, {"Error: > was needed but got "}, "start a {}; end a"},
-        {"<a>head<b/></a>", false, {NO_END + "<", EMPTY_END}, "start a {}; chars head"},
-        {"<a>x<!-- c -->y</a>", false, {NO_END + "y", EMPTY_END}, "start a {}; chars x"},
+        {"<a>head<b/></a>", false, {std::string(NO_END) + "<", EMPTY_END}, "start a {}; chars head"},
+        {"<a>x<!-- c -->y</a>", false, {std::string(NO_END) + "y", EMPTY_END}, "start a {}; chars x"},
         {"<a>text", false, {NO_END, EMPTY_END}, "start a {}; chars text"},
         {"<a></>", false, {"Expected identifier ( not found", EMPTY_END}, "start a {}"},
         {"<a></A>", false, {"Start (a) and end tag (A) identifiers do not match"}, "start a {}"},
@@ -161,7 +161,7 @@ TEST(documents, text_cut_short)
         {"<a>x&lt", false, {NO_END, EMPTY_END}, "start a {}; chars x&lt"},
         {"<a>x&lt</a>", false, {NO_END, EMPTY_END}, "start a {}; chars x&lt</a>"},  // "<" ends no reference
         {"<a>x\xFF</a>", false, {NO_END, EMPTY_END}, "start a {}; chars x"},
-        {"<a>:</a>", false, {NO_END + ":", EMPTY_END}, "start a {}; chars :"},
+        {"<a>:</a>", false, {std::string(NO_END) + ":", EMPTY_END}, "start a {}; chars :"},
         {"<a>\"q</a>", false, {UNQUOTED, NO_END, EMPTY_END}, "start a {}; chars q</a>"},
     });
 }

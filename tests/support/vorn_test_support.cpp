@@ -26,7 +26,7 @@ TEMP_DIR::~TEMP_DIR()
 
 std::string TEMP_DIR::write(const std::string& name, const std::string& bytes) const
 {
-    const std::string file = path + "/" + name;
+    std::string file = path + "/" + name;
     std::ofstream(file, std::ios::binary) << bytes;
     return file;
 }

@@ -11,9 +11,14 @@
 
 namespace {
 
-const std::string catalog = VORNXML_SOURCE_DIR "/examples/catalog.xml";
-const std::string broken = VORNXML_SOURCE_DIR "/examples/broken.xml";
-const std::string decl = "<?xml version=\"1.0\"?>";
+const char* const catalog = VORNXML_SOURCE_DIR "/examples/catalog.xml";
+const char* const broken = VORNXML_SOURCE_DIR "/examples/broken.xml";
+const char* const decl = "<?xml version=\"1.0\"?>";
+
+std::string quoted(const char* path)
+{
+    return std::string("'") + path + "'";
+}
 
 struct RUN {
     int status = -1;
@@ -39,7 +44,7 @@ RUN tool(const std::string& args, const std::string& input = "")
 
 TEST(tool, exact_runs)
 {
-    const std::string broken_err = broken + ":3:32: Error: = was needed but got 42\n" + broken +
+    const std::string broken_err = std::string(broken) + ":3:32: Error: = was needed but got 42\n" + broken +
                                    ":3:32: Attribute equal (\"=\") token is missing for attribute : stock\n";
     const std::string usage = "; try vornxml --help\n";
     const struct {
@@ -47,18 +52,18 @@ TEST(tool, exact_runs)
         int status;
         std::string out, err;
     } cases[] = {
-        {"'" + broken + "'", "", 1, "", broken_err},
-        {"-", decl + "\n<a>\n  <b>x</c>\n</a>\n", 1, "",
+        {quoted(broken), "", 1, "", broken_err},
+        {"-", std::string(decl) + "\n<a>\n  <b>x</c>\n</a>\n", 1, "",
          "<stdin>:3:7: Start (b) and end tag (c) identifiers do not match\n"},
-        {"-", decl + "<a x=\"1\">t<!--\n--></a>", 0, "a x=\"1\": \"t\"\n", ""},
-        {"--events -", decl + "<a k=\"v\"><b/>x&amp;\x01</a>", 0,
+        {"-", std::string(decl) + "<a x=\"1\">t<!--\n--></a>", 0, "a x=\"1\": \"t\"\n", ""},
+        {"--events -", std::string(decl) + "<a k=\"v\"><b/>x&amp;\x01</a>", 0,
          "start-document\nstart a k=\"v\"\nstart b\nend b\nchars \"x&\\x01\"\nend a\nend-document\n", ""},
-        {"--events -", decl + "<a><b></a>", 1, "start-document\nstart a\nstart b\n",
+        {"--events -", std::string(decl) + "<a><b></a>", 1, "start-document\nstart a\nstart b\n",
          "<stdin>:1:28: Start (b) and end tag (a) identifiers do not match\n"},
-        {"--format -", decl + "<a>\" x\"</a>", 1, "",
+        {"--format -", std::string(decl) + "<a>\" x\"</a>", 1, "",
          "<stdin>: cannot write element \"a\" at /: its text begins with white space, which a reader drops\n"},
-        {"--quiet '" + catalog + "'", "", 0, "", ""},
-        {"--quiet '" + broken + "'", "", 1, "", ""},
+        {"--quiet " + quoted(catalog), "", 0, "", ""},
+        {"--quiet " + quoted(broken), "", 1, "", ""},
         {"--quiet /nonexistent", "", 2, "", ""},
         {"/nonexistent.xml", "", 2, "", "vornxml: cannot read /nonexistent.xml: No such file or directory\n"},
         {"/", "", 2, "", "vornxml: cannot read /: is a directory\n"},
@@ -77,7 +82,7 @@ TEST(tool, exact_runs)
 
 TEST(tool, prints_formats_and_explains)
 {
-    const RUN run = tool("'" + catalog + "'");
+    const RUN run = tool(quoted(catalog));
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out.rfind("catalog currency=\"EUR\" shop=\"Harbour Tools\" updated=\"2026-03-14\"\n"
                             "  category id=\"hand_tools\" name=\"Hand tools\"\n"
@@ -87,7 +92,7 @@ TEST(tool, prints_formats_and_explains)
     EXPECT_NE(
         run.out.find("      description: \"Forged steel head & fibreglass handle.\\nBalanced for all-day work.\"\n"),
         std::string::npos);
-    const RUN formatted = tool("--format '" + catalog + "'");
+    const RUN formatted = tool("--format " + quoted(catalog));
     EXPECT_EQ(formatted.status, 0);
     EXPECT_EQ(tool("-", formatted.out).out, run.out);
     const RUN help = tool("--help");
@@ -98,12 +103,12 @@ TEST(tool, prints_formats_and_explains)
 
 TEST(tool, several_files_each_reported_worst_status_wins)
 {
-    const RUN run = tool("'" + catalog + "' - '" + broken + "'", decl + "<x/>");
+    const RUN run = tool(quoted(catalog) + " - " + quoted(broken), std::string(decl) + "<x/>");
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out.rfind("==> " + catalog + " <==\ncatalog ", 0), 0u);
-    EXPECT_NE(run.out.find("\n==> <stdin> <==\nx\n==> " + broken + " <==\n"), std::string::npos);
-    EXPECT_EQ(run.err.rfind(broken + ":3:32: ", 0), 0u);
-    EXPECT_EQ(tool("'" + catalog + "' /nonexistent '" + broken + "'").status, 2);
+    EXPECT_EQ(run.out.rfind(std::string("==> ") + catalog + " <==\ncatalog ", 0), 0u);
+    EXPECT_NE(run.out.find(std::string("\n==> <stdin> <==\nx\n==> ") + broken + " <==\n"), std::string::npos);
+    EXPECT_EQ(run.err.rfind(std::string(broken) + ":3:32: ", 0), 0u);
+    EXPECT_EQ(tool(quoted(catalog) + " /nonexistent " + quoted(broken)).status, 2);
 }
 
 }  // namespace
