@@ -30,17 +30,6 @@ TEST(companion, string_helpers_touch_ascii_only)
     EXPECT_EQ(trim_right(std::string("a\0 ", 3)), std::string("a\0", 2));
 }
 
-// Reading is pinned through the file source.
-TEST(companion, file_close_and_failed_open_are_harmless)
-{
-    VORN_FILE file;
-    char buffer[1];
-    file.close();
-    EXPECT_EQ(file.read(buffer, 1), -1);
-    EXPECT_FALSE(file.open("/nonexistent/vornxml", VORN_FILE::OPEN_READ_ONLY) || file.is_open());
-    file.close();
-}
-
 // The basic cursor rules are pinned through the element's sub-element walk.
 TEST(companion, obj_list_removal_and_splice)
 {

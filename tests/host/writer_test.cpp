@@ -5,6 +5,7 @@
 #include <memory>
 #include <random>
 #include <sstream>
+#include <utility>
 
 #include "vorn_test_support.h"
 
@@ -23,85 +24,61 @@ ELEMENT_PTR make(const std::string& name, const std::string& data = "",
     return element;
 }
 
-// Parses `doc` and returns the dump of its tree ("" when refused).
-std::string read_back(const std::string& doc)
-{
-    VORN_XML_SAX_PARSER parser;
-    VORN_XML_STRING_INPUT_SOURCE source(doc);
-    if (!parser.parse(&source))
-        return "";
-    return vorn_test::dump_tree(parser.get_tree_handler()->get_root_element());
-}
-
 // A random tree within what the reader can represent: names, attribute
 // values free of '"' and 0xFF, texts that begin with a byte a run can begin
 // with, elements with both sub-elements and text.
-class TREE_MAKER {
-public:
-    explicit TREE_MAKER(unsigned seed) : random(seed) {}
-
-    ELEMENT_PTR tree(int elements)
-    {
-        std::vector<VORN_XML_ELEMENT*> all;
-        ELEMENT_PTR root = element();
-        all.push_back(root.get());
-        for (int i = 1; i < elements; ++i) {
-            VORN_XML_ELEMENT* parent = all[pick(all.size())];
-            ELEMENT_PTR child = element();
-            all.push_back(child.get());
-            parent->add_sub_element(child.release());
-        }
-        return root;
-    }
-
-private:
-    std::mt19937 random;
-    std::size_t pick(std::size_t n) { return std::uniform_int_distribution<std::size_t>(0, n - 1)(random); }
-    char from(const std::string& set) { return set[pick(set.size())]; }
-
-    std::string name()
-    {
-        static const std::string head = "abcXYZ_";
-        std::string n(1, from(head));
+ELEMENT_PTR random_tree(unsigned seed, int elements)
+{
+    std::mt19937 random(seed);
+    auto pick = [&random](std::size_t n) { return std::uniform_int_distribution<std::size_t>(0, n - 1)(random); };
+    auto from = [&pick](const std::string& set) { return set[pick(set.size())]; };
+    auto name = [&] {
+        std::string n(1, from("abcXYZ_"));
         for (std::size_t i = pick(5); i > 0; --i)
-            n += from(head + "0123456789");
+            n += from("abcXYZ_0123456789");
         return n;
-    }
-
-    std::string bytes(std::size_t length, const std::string& excluded)
-    {
+    };
+    auto bytes = [&](std::size_t length, char excluded) {
         std::string out;
-        while (out.size() < length) {
-            const char c = static_cast<char>(pick(255));  // never 0xFF
-            if (excluded.find(c) == std::string::npos)
+        while (out.size() < length)
+            if (const char c = static_cast<char>(pick(255)); c != excluded)  // never 0xFF
                 out += c;
-        }
         return out;
-    }
-
-    ELEMENT_PTR element()
-    {
+    };
+    std::vector<VORN_XML_ELEMENT*> all;
+    ELEMENT_PTR root;
+    for (int i = 0; i < elements; ++i) {
         std::vector<std::pair<std::string, std::string>> attributes;
-        for (std::size_t i = pick(4); i > 0; --i)
-            attributes.emplace_back(name(), bytes(pick(6), "\""));
+        for (std::size_t k = pick(4); k > 0; --k)
+            attributes.emplace_back(name(), bytes(pick(6), '"'));
         std::string data;
         if (pick(2) == 0)
-            data = std::string(1, from("aZ_9>&!#/;=?@[]^`{|}~'")) + bytes(pick(8), "") + from("<&> \n\"");
-        return make(name(), data, attributes);
+            data = from("aZ_9>&!#/;=?@[]^`{|}~'") + bytes(pick(8), '\xFF') + from("<&> \n\"");
+        ELEMENT_PTR e = make(name(), data, attributes);
+        all.push_back(e.get());
+        if (i == 0)
+            root = std::move(e);
+        else
+            all[pick(all.size() - 1)]->add_sub_element(e.release());
     }
-};
+    return root;
+}
 
 TEST(writer, generated_trees_read_back_the_same)
 {
     for (unsigned seed = 1; seed <= 300; ++seed) {
-        TREE_MAKER maker(seed);
-        ELEMENT_PTR tree = maker.tree(1 + static_cast<int>(seed % 40));
-        const std::string expected = vorn_test::dump_tree(tree.get());
+        ELEMENT_PTR tree = random_tree(seed, 1 + static_cast<int>(seed % 40));
         for (const int indent : {0, 2}) {
             VORN_XML_WRITER writer(indent);
             std::string doc;
             ASSERT_TRUE(writer.write(tree.get(), doc)) << writer.error_message;
-            ASSERT_EQ(read_back(doc), expected) << "seed " << seed << " indent " << indent << "\n" << doc;
+            VORN_XML_SAX_PARSER parser;
+            VORN_XML_STRING_INPUT_SOURCE source(doc);
+            ASSERT_TRUE(parser.parse(&source)) << doc;
+            ASSERT_EQ(vorn_test::dump_tree(parser.get_tree_handler()->get_root_element()),
+                      vorn_test::dump_tree(tree.get()))
+                << "seed " << seed << " indent " << indent << "\n"
+                << doc;
         }
     }
 }
@@ -121,25 +98,23 @@ TEST(writer, layout_and_escapes)
 
 TEST(writer, refuses_what_would_not_read_back)
 {
+    const std::string at = "cannot write element \"a\" at /: ";
+    const std::string begins = at + "its text begins with ";
     const struct {
         ELEMENT_PTR tree;
         std::string message;
     } cases[] = {
         {make("a-b"), "cannot write element \"a-b\" at /: the element name is not a name"},
         {make(""), "cannot write element \"\" at /: the element name is not a name"},
-        {make("a", "", {{"x:y", "1"}}), "cannot write element \"a\" at /: attribute \"x:y\": the name is not a name"},
-        {make("a", "", {{"q", "say \"hi\""}}),
-         "cannot write element \"a\" at /: attribute \"q\": the value holds a double quote"},
-        {make("a", "", {{"q", "\xFF"}}),
-         "cannot write element \"a\" at /: attribute \"q\": the value holds the byte 0xFF"},
-        {make("a", " x"), "cannot write element \"a\" at /: its text begins with white space, which a reader drops"},
-        {make("a", "\"q\""),
-         "cannot write element \"a\" at /: its text begins with \", which a reader takes as markup"},
-        {make("a", "<b"), "cannot write element \"a\" at /: its text begins with <, which a reader takes as markup"},
-        {make("a", ":x"), "cannot write element \"a\" at /: its text begins with a byte a reader refuses there"},
-        {make("a", std::string(1, '\0')),
-         "cannot write element \"a\" at /: its text begins with a byte a reader refuses there"},
-        {make("a", "x\xFFy"), "cannot write element \"a\" at /: its text holds the byte 0xFF, which ends a document"},
+        {make("a", "", {{"x:y", "1"}}), at + "attribute \"x:y\": the name is not a name"},
+        {make("a", "", {{"q", "say \"hi\""}}), at + "attribute \"q\": the value holds a double quote"},
+        {make("a", "", {{"q", "\xFF"}}), at + "attribute \"q\": the value holds the byte 0xFF"},
+        {make("a", " x"), begins + "white space, which a reader drops"},
+        {make("a", "\"q\""), begins + "\", which a reader takes as markup"},
+        {make("a", "<b"), begins + "<, which a reader takes as markup"},
+        {make("a", ":x"), begins + "a byte a reader refuses there"},
+        {make("a", std::string(1, '\0')), begins + "a byte a reader refuses there"},
+        {make("a", "x\xFFy"), at + "its text holds the byte 0xFF, which ends a document"},
     };
     for (const auto& c : cases) {
         VORN_XML_WRITER writer;
@@ -164,30 +139,25 @@ TEST(writer, refuses_what_would_not_read_back)
               "cannot write element \"bad\" at /2/2: its text begins with white space, which a reader drops");
 }
 
+// The walk must not recurse: a million levels fit in the default stack.
 TEST(writer, million_levels_deep)
 {
     constexpr int depth = 1000000;
     ELEMENT_PTR root = make("d");
     VORN_XML_ELEMENT* leaf = root.get();
     for (int i = 1; i < depth; ++i) {
-        auto child = make("d");
-        VORN_XML_ELEMENT* next = child.get();
-        leaf->add_sub_element(child.release());
-        leaf = next;
+        leaf->add_sub_element(make("d").release());
+        leaf = leaf->get_first_sub_element();
     }
-    leaf->set_element_data("end");
-    std::ostringstream stream;
-    VORN_XML_WRITER writer;
-    ASSERT_TRUE(writer.write(root.get(), stream));
-    VORN_XML_SAX_PARSER parser;
-    VORN_XML_STRING_INPUT_SOURCE source(stream.str());
-    ASSERT_TRUE(parser.parse(&source));
-    int levels = 0;
-    VORN_XML_ELEMENT* e = parser.get_tree_handler()->get_root_element();
-    for (; e->get_first_sub_element() != nullptr; e = e->get_first_sub_element())
-        ++levels;
-    EXPECT_EQ(levels + 1, depth);
-    EXPECT_EQ(e->element_data, "end");
+    std::string out;
+    ASSERT_TRUE(VORN_XML_WRITER().write(root.get(), out));
+    std::string expected = "<?xml version=\"1.0\"?>\n";
+    for (int i = 1; i < depth; ++i)
+        expected += "<d>";
+    expected += "<d/>";
+    for (int i = 1; i < depth; ++i)
+        expected += "</d>";
+    EXPECT_EQ(out, expected + "\n");
 }
 
 }  // namespace

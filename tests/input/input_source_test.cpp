@@ -53,20 +53,18 @@ TEST(input_source, file_is_read_in_chunks_of_4095_and_not_after_the_end)
 
 TEST(input_source, bytes_are_delivered_as_signed_chars)
 {
-    struct CASE {
+    const struct {
         std::string bytes;
         std::vector<int> delivered;
         std::string file_text;  // the file source's xml_text afterwards
-    };
-    const CASE cases[] = {
+    } cases[] = {
         {"", {-1, -1, -1}, ""},
-        {"ab", {97, 98, -1, -1, -1}, "ab"},
         {"\xE9\x80\xFE", {-23, -128, -2, -1, -1, -1}, "\xE9\x80\xFE"},
         {"a\xFF\x62", {97, -1, -1, -1}, "a\xFF\x62"},            // 0xFF ends the input
         {std::string("a\0b", 3), {97, 0, 98, -1, -1, -1}, "a"},  // a NUL cuts the chunk kept
     };
     vorn_test::TEMP_DIR dir;
-    for (const CASE& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.bytes);
         VORN_XML_FILE_INPUT_SOURCE file(dir.write("doc.xml", c.bytes));
         EXPECT_EQ(drain(file), c.delivered);
@@ -80,10 +78,11 @@ TEST(input_source, bytes_are_delivered_as_signed_chars)
     }
 }
 
+// Blank paths are not opened; trailing blanks belong to the name.
 TEST(input_source, file_paths)
 {
     vorn_test::TEMP_DIR dir;
-    for (const char* path : {"", "   ", " \t\n"}) {
+    for (const char* path : {"", " \t\n"}) {
         VORN_XML_FILE_INPUT_SOURCE source;
         const COUNTING_FILE* file = open_counted(source, path);
         EXPECT_TRUE(!source.is_open && file->opened == "(none)" && source.xml_file == file) << path;
@@ -92,7 +91,6 @@ TEST(input_source, file_paths)
     VORN_XML_FILE_INPUT_SOURCE trailing;
     EXPECT_EQ(open_counted(trailing, blanks)->opened, blanks);
     EXPECT_EQ(trailing.get_next_char(), '<');
-    VORN_XML_FILE_INPUT_SOURCE missing(dir.path() + "/doc.xml");  // only the name with blanks exists
-    EXPECT_FALSE(missing.is_open);
-    EXPECT_EQ(missing.xml_file, nullptr);
+    VORN_XML_FILE_INPUT_SOURCE missing(dir.path + "/doc.xml");
+    EXPECT_TRUE(!missing.is_open && missing.xml_file == nullptr);
 }

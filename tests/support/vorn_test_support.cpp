@@ -1,13 +1,10 @@
 #include "vorn_test_support.h"
 
-#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <utility>
-
-#include <ftw.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -15,28 +12,23 @@ namespace vorn_test {
 
 TEMP_DIR::TEMP_DIR()
 {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/vornxml-test-XXXXXX";
+    std::string pattern = std::filesystem::temp_directory_path().string() + "/vornxml-test-XXXXXX";
     if (::mkdtemp(pattern.data()) == nullptr)
         throw std::runtime_error("cannot make a temporary folder");
-    dir = pattern;
+    path = pattern;
 }
 
 TEMP_DIR::~TEMP_DIR()
 {
-    ::nftw(
-        dir.c_str(), [](const char* p, const struct stat*, int, struct FTW*) { return std::remove(p); }, 16,
-        FTW_DEPTH | FTW_PHYS);
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
 }
 
 std::string TEMP_DIR::write(const std::string& name, const std::string& bytes) const
 {
-    const std::string path = dir + "/" + name;
-    std::ofstream out(path, std::ios::binary);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!out)
-        throw std::runtime_error("cannot write " + path);
-    return path;
+    std::string file = path + "/" + name;
+    std::ofstream(file, std::ios::binary) << bytes;
+    return file;
 }
 
 BYTE_SOURCE::BYTE_SOURCE(std::string text) : bytes(std::move(text))
@@ -46,32 +38,22 @@ BYTE_SOURCE::BYTE_SOURCE(std::string text) : bytes(std::move(text))
 
 int BYTE_SOURCE::get_next_char()
 {
-    ++calls;
-    if (ended || pos >= bytes.size() || bytes[pos] == '\xFF') {
-        ended = true;
+    if (pos >= bytes.size() || bytes[pos] == '\xFF') {
+        pos = bytes.size();
         return -1;
     }
-    const char c = bytes[pos++];
-    xml_text.push_back(c);
-    return c;
+    xml_text.push_back(bytes[pos]);
+    return bytes[pos++];
 }
 
 namespace {
 
-std::string attribs_text(VORN_XML_ATTRIB_LIST* list)
+std::string attribs_text(const VORN_XML_ATTRIB_LIST* list)
 {
-    if (list == nullptr)
-        return "null";
-    std::string out = "{";
-    std::string name;
-    std::string value;
-    list->reset_attrib_list();
-    bool first = true;
-    while (list->get_next_attrib(name, value)) {
-        out += (first ? "" : ",") + name + "=" + value;
-        first = false;
-    }
-    return out + "}";
+    std::string out;
+    for (const auto& pair : list->attrib_map)
+        out += (out.empty() ? "" : ",") + pair.first + "=" + pair.second;
+    return out;
 }
 
 }  // namespace
@@ -85,13 +67,13 @@ void RECORDING_HANDLER::process_start_document()
 void RECORDING_HANDLER::process_end_document(const char* text)
 {
     events.emplace_back("end-document");
-    end_document_text = text != nullptr ? text : "(null)";
+    end_document_text = text;
     VORN_XML_SAX_TREE_HANDLER::process_end_document(text);
 }
 
 void RECORDING_HANDLER::process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes)
 {
-    events.push_back("start " + name + " " + attribs_text(attributes));
+    events.push_back("start " + name + " {" + attribs_text(attributes) + "}");
     VORN_XML_SAX_TREE_HANDLER::process_start_element(name, attributes);
 }
 
@@ -110,114 +92,55 @@ void RECORDING_HANDLER::process_characters(const std::string& text)
     VORN_XML_SAX_TREE_HANDLER::process_characters(text);
 }
 
-std::vector<std::string> error_messages(VORN_XML_SAX_ERROR_HANDLER* errors)
+std::vector<std::string> error_messages(const VORN_XML_SAX_ERROR_HANDLER* errors)
 {
-    std::vector<std::string> out;
     if (errors == nullptr)
-        return out;
-    errors->reset_error_message_list();
-    for (auto it = errors->error_message_list.begin(); it != errors->error_message_list.end(); ++it)
-        out.push_back(*it);
-    return out;
+        return {};
+    return {errors->error_message_list.begin(), errors->error_message_list.end()};
 }
 
 std::string dump_tree(VORN_XML_ELEMENT* root)
 {
     if (root == nullptr)
         return "";
-    // Depth first without recursion, so deep trees can be dumped too.
-    std::string out;
-    std::vector<VORN_XML_ELEMENT*> open;
-    auto emit = [&out](VORN_XML_ELEMENT* e) {
-        out += e->get_element_name();
-        if (e->attrib_list != nullptr && !e->attrib_list->attrib_map.empty()) {
-            out += "{";
-            bool first = true;
-            for (const auto& pair : e->attrib_list->attrib_map) {
-                out += (first ? "" : ",") + pair.first + "=" + pair.second;
-                first = false;
-            }
-            out += "}";
-        }
-        if (!e->get_element_data().empty())
-            out += "(\"" + e->get_element_data() + "\")";
-    };
-    emit(root);
-    VORN_XML_ELEMENT* next = root->get_first_sub_element();
-    if (next != nullptr) {
-        out += "[";
-        open.push_back(root);
-    }
-    while (!open.empty()) {
-        if (next == nullptr) {
-            out += "]";
-            open.pop_back();
-            if (!open.empty()) {
-                next = open.back()->get_next_sub_element();
-                if (next != nullptr)
-                    out += ",";
-            }
-            continue;
-        }
-        emit(next);
-        VORN_XML_ELEMENT* child = next->get_first_sub_element();
-        if (child != nullptr) {
-            out += "[";
-            open.push_back(next);
-            next = child;
-        } else {
-            next = open.back()->get_next_sub_element();
-            if (next != nullptr)
-                out += ",";
-        }
-    }
-    return out;
-}
-
-OUTCOME parse_with(SOURCE_KIND kind, const std::string& document)
-{
-    OUTCOME outcome;
-    RECORDING_HANDLER handler;
-    VORN_XML_SAX_PARSER parser;
-    parser.set_tree_handler(&handler);
-    switch (kind) {
-    case SOURCE_KIND::STRING: {
-        VORN_XML_STRING_INPUT_SOURCE source(document);
-        outcome.ok = parser.parse(&source);
-        break;
-    }
-    case SOURCE_KIND::FILE: {
-        TEMP_DIR dir;
-        VORN_XML_FILE_INPUT_SOURCE source(dir.write("doc.xml", document));
-        outcome.ok = parser.parse(&source);
-        break;
-    }
-    case SOURCE_KIND::BYTES: {
-        BYTE_SOURCE source(document);
-        outcome.ok = parser.parse(&source);
-        break;
-    }
-    }
-    outcome.errors = error_messages(parser.get_error_handler());
-    outcome.events = handler.events;
-    outcome.tree = dump_tree(handler.get_root_element());
-    outcome.end_document_text = handler.end_document_text;
-    return outcome;
+    std::string out = root->element_name;
+    if (root->attrib_list != nullptr && !root->attrib_list->attrib_map.empty())
+        out += "{" + attribs_text(root->attrib_list) + "}";
+    if (!root->element_data.empty())
+        out += "(\"" + root->element_data + "\")";
+    std::string subs;
+    for (VORN_XML_ELEMENT* e = root->get_first_sub_element(); e != nullptr; e = root->get_next_sub_element())
+        subs += (subs.empty() ? "" : ",") + dump_tree(e);
+    return subs.empty() ? out : out + "[" + subs + "]";
 }
 
 OUTCOME parse_all_ways(const std::string& document)
 {
-    OUTCOME from_string = parse_with(SOURCE_KIND::STRING, document);
-    const OUTCOME from_file = parse_with(SOURCE_KIND::FILE, document);
-    const OUTCOME from_bytes = parse_with(SOURCE_KIND::BYTES, document);
-    for (const OUTCOME* other : {&from_file, &from_bytes}) {
-        const char* which = other == &from_file ? "file source" : "byte source";
-        EXPECT_EQ(from_string.ok, other->ok) << which;
-        EXPECT_EQ(from_string.errors, other->errors) << which;
-        EXPECT_EQ(from_string.events, other->events) << which;
-        EXPECT_EQ(from_string.tree, other->tree) << which;
+    TEMP_DIR dir;
+    VORN_XML_STRING_INPUT_SOURCE from_string(document);
+    VORN_XML_FILE_INPUT_SOURCE from_file(dir.write("doc.xml", document));
+    BYTE_SOURCE from_bytes(document);
+    OUTCOME first;
+    for (VORN_XML_SAX_INPUT_SOURCE* source :
+         {static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&from_string), static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&from_file),
+          static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&from_bytes)}) {
+        RECORDING_HANDLER handler;
+        VORN_XML_SAX_PARSER parser;
+        parser.set_tree_handler(&handler);
+        OUTCOME out;
+        out.ok = parser.parse(source);
+        out.errors = error_messages(parser.get_error_handler());
+        out.events = handler.events;
+        out.tree = dump_tree(handler.get_root_element());
+        if (source == &from_string) {
+            first = out;
+            continue;
+        }
+        SCOPED_TRACE(source == &from_file ? "file source" : "byte source");
+        EXPECT_EQ(std::tie(out.ok, out.errors, out.events, out.tree),
+                  std::tie(first.ok, first.errors, first.events, first.tree));
     }
-    return from_string;
+    return first;
 }
 
 }  // namespace vorn_test

@@ -23,20 +23,19 @@ TEST(element, keeps_its_own_copy_of_the_attributes)
     auto* given = new VORN_XML_ATTRIB_LIST;
     given->set_attrib("id", "7");
     given->set_attrib("Empty", "");
-    given->reset_attrib_list();
     VORN_XML_ATTRIB_LIST empty;
     VORN_XML_ELEMENT e("Item", given), bare("a", nullptr), none("b", &empty);
-    std::string name, value;
-    EXPECT_FALSE(given->get_next_attrib(name, value) || e.attrib_list->get_next_attrib(name, value));  // at their ends
     given->set_attrib("id", "8");
     delete given;
     EXPECT_EQ(dump_tree(&e), "Item{Empty=,id=7}");
     EXPECT_TRUE(bare.attrib_list == nullptr && none.attrib_list != nullptr);
-    const std::tuple<VORN_XML_ELEMENT*, const char*, bool, const char*> cases[] = {
-        {&e, "id", true, "7"}, {&e, "ID", true, "7"}, {&e, "iD", true, "7"},   {&e, "EMPTY", true, ""},
-        {&e, "i", false, ""},  {&e, "", false, ""},   {&bare, "a", false, ""}, {&none, "a", false, ""}};
+    const std::tuple<VORN_XML_ELEMENT*, const char*, bool, const char*> cases[] = {{&e, "iD", true, "7"},
+                                                                                   {&e, "EMPTY", true, ""},
+                                                                                   {&e, "i", false, ""},
+                                                                                   {&bare, "a", false, ""},
+                                                                                   {&none, "a", false, ""}};
     for (const auto& [element, attribute, found, expected] : cases) {
-        value = "stale";
+        std::string value = "stale";
         EXPECT_EQ(element->get_attribute(attribute, value), found) << attribute;
         EXPECT_EQ(value, expected) << attribute;
         EXPECT_EQ(element->get_case_insensitive_attrib_val(attribute), expected) << attribute;
