@@ -199,7 +199,7 @@ TEST(hostile, hundred_megabyte_file)
     GTEST_SKIP() << "measured in the plain build: the sanitizer's allocator is not what mallinfo2 reports on";
 #endif
     vorn_test::TEMP_DIR dir;
-    const std::string path = dir.path() + "/big.xml";
+    const std::string path = dir.path + "/big.xml";
     const std::string record = "<item id=\"12345\" kind=\"sample\">" + std::string(200, 't') + "</item>\n";
     const std::size_t records = std::size_t{100} * 1000 * 1000 / record.size();
     {

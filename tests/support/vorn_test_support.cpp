@@ -38,6 +38,7 @@ BYTE_SOURCE::BYTE_SOURCE(std::string text) : bytes(std::move(text))
 
 int BYTE_SOURCE::get_next_char()
 {
+    ++calls;
     if (pos >= bytes.size() || bytes[pos] == '\xFF') {
         pos = bytes.size();
         return -1;

@@ -30,6 +30,7 @@ class BYTE_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:
     explicit BYTE_SOURCE(std::string text);
     int get_next_char() override;
+    long calls = 0;  // get_next_char() calls so far
 
 private:
     std::string bytes;
