@@ -84,6 +84,9 @@ public:
     // vorn_xml_buffer when the current one is used up; -1 at end of file,
     // on a failed read and at a byte 0xFF, and for good after that.
     int get_next_char() override;
+
+private:
+    int read_next_chunk();  // get_next_char() when the buffer is used up
 };
 
 // ---------------------------------------------------------------------------
@@ -111,6 +114,9 @@ public:
     // The next byte of the string; -1 at its end (moving the text into
     // xml_text) and at a byte 0xFF, and for good after that.
     int get_next_char() override;
+
+private:
+    int end_of_text();  // get_next_char() at the end or at a byte 0xFF
 };
 
 #endif

@@ -135,6 +135,17 @@ private:
     void gather_text(char stop);  // get_next_token(true, stop) without the copy
     void skip_comment();
     void read_quoted_string();
+    // need_token(expected, true) for a literal, without making a string.
+    template <std::size_t N>
+    bool need_text(const char (&expected)[N])
+    {
+        if (current_token.size() == N - 1 && std::char_traits<char>::compare(current_token.data(), expected, N - 1) == 0) {
+            next_token();
+            return true;
+        }
+        return missing_text(expected, N - 1);
+    }
+    bool missing_text(const char* expected, std::size_t length);  // the failure of need_text()
     void file_error(const std::string& message);
 };
 

@@ -61,6 +61,13 @@ int VORN_XML_FILE_INPUT_SOURCE::get_next_char()
         ++buffer_pos;
         return last_char;
     }
+    return read_next_chunk();
+}
+
+// Kept out of line so that the per-character path above stays a handful of
+// instructions without a stack frame.
+__attribute__((noinline)) int VORN_XML_FILE_INPUT_SOURCE::read_next_chunk()
+{
     buffer_count = xml_file->read(vorn_xml_buffer, chunk_size);
     if (buffer_count >= 1) {
         vorn_xml_buffer[buffer_count] = '\0';
@@ -96,13 +103,20 @@ int VORN_XML_STRING_INPUT_SOURCE::get_next_char()
     if (last_char == -1)
         return -1;
     if (string_pos < xml_string.size() && string_pos != UINT32_MAX) {
-        last_char = xml_string[string_pos];
+        const char c = xml_string[string_pos];
         ++string_pos;
-        if (last_char != -1)
-            return last_char;
+        last_char = c;
+        if (c != -1)
+            return c;
     }
-    // The end (or a byte 0xFF): hand the whole text over to xml_text, so the
-    // source holds one copy of it, and stay at the end from now on.
+    return end_of_text();
+}
+
+// The end (or a byte 0xFF): hand the whole text over to xml_text, so the
+// source holds one copy of it, and stay at the end from now on.  Out of line
+// so that the per-character path above needs no stack frame.
+__attribute__((noinline)) int VORN_XML_STRING_INPUT_SOURCE::end_of_text()
+{
     if (xml_text.empty())
         xml_text.swap(xml_string);
     else

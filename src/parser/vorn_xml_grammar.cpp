@@ -7,8 +7,8 @@
 bool VORN_XML_SAX_PARSER::parse_xml_signature_line()
 {
     next_token();
-    return need_token("<", true) && need_token("?", true) && need_token("xml", false) && get_attributes() &&
-           need_token("?", true) && need_token(">", true);
+    return need_text("<") && need_text("?") && need_token("xml", false) && get_attributes() &&
+           need_text("?") && need_text(">");
 }
 
 bool VORN_XML_SAX_PARSER::get_attributes()
@@ -26,9 +26,10 @@ bool VORN_XML_SAX_PARSER::get_attributes()
     }
     std::string name;
     while (token_type == TOKEN_IDENTIFIER) {
-        name = current_token;
+        // The next token replaces current_token anyway: hand its text over.
+        name.swap(current_token);
         next_token();
-        if (!need_token("=", true)) {
+        if (!need_text("=")) {
             file_error("Attribute equal (\"=\") token is missing for attribute : " + name);
             result = false;
             continue;
@@ -46,7 +47,7 @@ bool VORN_XML_SAX_PARSER::get_attributes()
 
 int VORN_XML_SAX_PARSER::parse_xml_start_tag(std::string& name)
 {
-    if (!need_token("<", true))
+    if (!need_text("<"))
         return TAG_NONE;
     if (!is_xml_identifier(name))
         return TAG_NONE;
@@ -54,27 +55,28 @@ int VORN_XML_SAX_PARSER::parse_xml_start_tag(std::string& name)
         return TAG_NONE;
     if (current_token.size() == 1 && current_token[0] == '/') {
         next_token();
-        need_token(">", true);  // a missing ">" is reported; the tag still counts
+        need_text(">");  // a missing ">" is reported; the tag still counts
         return TAG_EMPTY;
     }
-    need_token(">", true);
+    need_text(">");
     return TAG_START;
 }
 
 int VORN_XML_SAX_PARSER::parse_xml_end_tag(std::string& name)
 {
-    if (!need_token("</", true))
+    if (!need_text("</"))
         return TAG_NONE;
     if (!is_xml_identifier(name))
         return TAG_NONE;
-    return need_token(">", true) ? TAG_END : TAG_NONE;
+    return need_text(">") ? TAG_END : TAG_NONE;
 }
 
 namespace {
 
-inline bool is_text(const std::string& token, const char* text, std::string::size_type length)
+template <std::size_t N>
+inline bool is_text(const std::string& token, const char (&text)[N])
 {
-    return token.size() == length && token.compare(0, length, text) == 0;
+    return token.size() == N - 1 && std::char_traits<char>::compare(token.data(), text, N - 1) == 0;
 }
 
 }  // namespace
@@ -88,9 +90,10 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
     std::vector<std::string> open_names;
     std::string start_name;
     std::string end_name;
+    std::string run;
     for (;;) {
         // The elements of the current level.
-        while (is_text(current_token, "<", 1)) {
+        while (is_text(current_token, "<")) {
             start_name.clear();
             const int kind = parse_xml_start_tag(start_name);
             if (kind == TAG_START) {
@@ -105,8 +108,8 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
         }
 
         // At most one run of character data ends the level's content.
-        if (!is_text(current_token, "</", 2) && token_type != TOKEN_END_OF_INPUT) {
-            std::string run(current_token);
+        if (!is_text(current_token, "</") && token_type != TOKEN_END_OF_INPUT) {
+            run.assign(current_token);
             gather_text('<');
             run += current_token;
             tree_handler->process_characters(run);

@@ -77,6 +77,32 @@ bool equal_ignoring_case(const std::string& a, const std::string& b)
 
 constexpr char end_of_input = -1;
 
+// Characters of a token are gathered here and appended to the token in
+// pieces, not one push_back each.
+constexpr std::size_t piece_size = 256;
+
+// Appends current_char and the characters after it to current_token while
+// `keep` holds for them, one get_next_char() each; the first character for
+// which it fails is left in current_char.
+template <class KEEP>
+inline void take_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
+{
+    VORN_XML_SAX_INPUT_SOURCE* const source = parser.input_source;
+    char piece[piece_size];
+    std::size_t length = 0;
+    char c = parser.current_char;
+    do {
+        piece[length++] = c;
+        c = static_cast<char>(source->get_next_char());
+        if (length == piece_size) {
+            parser.current_token.append(piece, length);
+            length = 0;
+        }
+    } while (keep(c));
+    parser.current_char = c;
+    parser.current_token.append(piece, length);
+}
+
 }  // namespace
 
 std::string VORN_XML_SAX_PARSER::get_next_token(bool text_mode, char stop)
@@ -92,8 +118,14 @@ void VORN_XML_SAX_PARSER::next_token()
 {
     current_token.clear();
     for (;;) {
-        while (class_of(current_char) == CLASS_SPACE)
-            read_char();
+        if (class_of(current_char) == CLASS_SPACE) {
+            VORN_XML_SAX_INPUT_SOURCE* const source = input_source;
+            char c;
+            do
+                c = static_cast<char>(source->get_next_char());
+            while (class_of(c) == CLASS_SPACE);
+            current_char = c;
+        }
         if (current_char == end_of_input) {
             token_type = TOKEN_END_OF_INPUT;
             return;
@@ -104,7 +136,8 @@ void VORN_XML_SAX_PARSER::next_token()
             read_char();
             if (current_char == '/') {
                 read_char();
-                current_token.assign("</", 2);
+                current_token.push_back('<');
+                current_token.push_back('/');
                 token_type = TOKEN_END_TAG_OPEN;
                 return;
             }
@@ -112,37 +145,31 @@ void VORN_XML_SAX_PARSER::next_token()
                 skip_comment();
                 continue;  // on as a fresh token: consecutive comments loop here
             }
-            current_token.assign(1, '<');
+            current_token.push_back('<');
             token_type = TOKEN_TAG_OPEN;
             return;
         case CLASS_GREATER:
-            current_token.assign(1, '>');
+            current_token.push_back('>');
             token_type = TOKEN_TAG_CLOSE;
             read_char();
             return;
         case CLASS_DIGIT:
-            do {
-                current_token.push_back(current_char);
-                read_char();
-            } while (is_digit(current_char));
+            take_run(*this, is_digit);
             token_type = TOKEN_NUMBER;
             return;
         case CLASS_SYMBOL:
-            current_token.assign(1, current_char);
+            current_token.push_back(current_char);
             token_type = TOKEN_SYMBOL;
             read_char();
             return;
         case CLASS_NAME_START:
-            do {
-                current_token.push_back(current_char);
-                read_char();
-            } while (is_name_char(current_char));
+            take_run(*this, is_name_char);
             token_type = TOKEN_IDENTIFIER;
             return;
         default:
             // Unknown: the character is not consumed and comes back as the
             // same token on the next call.
-            current_token.assign(1, current_char);
+            current_token.push_back(current_char);
             token_type = TOKEN_UNKNOWN;
             return;
         }
@@ -152,10 +179,8 @@ void VORN_XML_SAX_PARSER::next_token()
 void VORN_XML_SAX_PARSER::read_quoted_string()
 {
     read_char();  // past the opening quote
-    while (current_char != '"' && current_char != end_of_input) {
-        current_token.push_back(current_char);
-        read_char();
-    }
+    if (current_char != '"' && current_char != end_of_input)
+        take_run(*this, [](char c) { return c != '"' && c != end_of_input; });
     if (current_char == '"') {
         token_type = TOKEN_STRING;
         read_char();  // past the closing quote
@@ -196,8 +221,35 @@ void VORN_XML_SAX_PARSER::skip_comment()
 void VORN_XML_SAX_PARSER::gather_text(char stop)
 {
     current_token.clear();
-    while (current_char != stop && token_type != TOKEN_UNKNOWN && token_type != TOKEN_END_OF_INPUT)
-        get_xml_text();
+    if (token_type != TOKEN_UNKNOWN && token_type != TOKEN_END_OF_INPUT) {
+        // Plain characters are gathered here in pieces; a reference or the
+        // end of input goes through get_xml_text(), one call each, as the
+        // character data reader takes them in.
+        VORN_XML_SAX_INPUT_SOURCE* const source = input_source;
+        char piece[piece_size];
+        std::size_t length = 0;
+        char c = current_char;
+        while (c != stop) {
+            if (c == '&' || c == end_of_input) {
+                current_token.append(piece, length);
+                length = 0;
+                current_char = c;
+                get_xml_text();
+                if (token_type == TOKEN_END_OF_INPUT)
+                    break;
+                c = current_char;
+                continue;
+            }
+            piece[length++] = c;
+            c = static_cast<char>(source->get_next_char());
+            if (length == piece_size) {
+                current_token.append(piece, length);
+                length = 0;
+            }
+        }
+        current_char = c;
+        current_token.append(piece, length);
+    }
     token_type = TOKEN_STRING;
 }
 
@@ -276,10 +328,16 @@ bool VORN_XML_SAX_PARSER::need_token(const std::string& expected, bool case_sens
     return false;
 }
 
+bool VORN_XML_SAX_PARSER::missing_text(const char* expected, std::size_t length)
+{
+    return need_token(std::string(expected, length), true);  // files the message
+}
+
 bool VORN_XML_SAX_PARSER::is_xml_identifier(std::string& name)
 {
     if (token_type == TOKEN_IDENTIFIER) {
-        name = current_token;
+        // The next token replaces current_token anyway: hand its text over.
+        name.swap(current_token);
         next_token();
         return true;
     }
