@@ -43,6 +43,10 @@ struct TARGET {
     bool dom;  // builds a tree that can be kept alive
 };
 
+// The clock of the measured regions: the thread's CPU time (the default;
+// other processes on a shared machine then do not count) or wall time.
+extern bool measure_wall_time;
+
 extern const TARGET targets[];
 extern const std::size_t target_count;
 

@@ -60,6 +60,10 @@ public:
     // reads interrupted by signals.
     virtual int read(char* buffer, int max);
 
+    // The size in bytes of the open file when it is a regular file; -1
+    // otherwise (closed, a pipe, a device).
+    long long get_size() const;
+
 private:
     int descriptor = -1;
 };

@@ -136,10 +136,10 @@ private:
     void skip_comment();
     void read_quoted_string();
     // need_token(expected, true) for a literal, without making a string.
-    template <std::size_t N>
-    bool need_text(const char (&expected)[N])
+    template <std::size_t N> bool need_text(const char (&expected)[N])
     {
-        if (current_token.size() == N - 1 && std::char_traits<char>::compare(current_token.data(), expected, N - 1) == 0) {
+        if (current_token.size() == N - 1 &&
+            std::char_traits<char>::compare(current_token.data(), expected, N - 1) == 0) {
             next_token();
             return true;
         }

@@ -1,6 +1,7 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "vorn_companion.h"
@@ -44,4 +45,12 @@ int VORN_FILE::read(char* buffer, int max)
         got = ::read(descriptor, buffer, static_cast<size_t>(max));
     } while (got < 0 && errno == EINTR);
     return static_cast<int>(got);
+}
+
+long long VORN_FILE::get_size() const
+{
+    struct stat status {};
+    if (descriptor < 0 || ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+        return -1;
+    return static_cast<long long>(status.st_size);
 }

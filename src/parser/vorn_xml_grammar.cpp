@@ -7,8 +7,8 @@
 bool VORN_XML_SAX_PARSER::parse_xml_signature_line()
 {
     next_token();
-    return need_text("<") && need_text("?") && need_token("xml", false) && get_attributes() &&
-           need_text("?") && need_text(">");
+    return need_text("<") && need_text("?") && need_token("xml", false) && get_attributes() && need_text("?") &&
+           need_text(">");
 }
 
 bool VORN_XML_SAX_PARSER::get_attributes()
@@ -73,8 +73,7 @@ int VORN_XML_SAX_PARSER::parse_xml_end_tag(std::string& name)
 
 namespace {
 
-template <std::size_t N>
-inline bool is_text(const std::string& token, const char (&text)[N])
+template <std::size_t N> inline bool is_text(const std::string& token, const char (&text)[N])
 {
     return token.size() == N - 1 && std::char_traits<char>::compare(token.data(), text, N - 1) == 0;
 }

@@ -84,8 +84,7 @@ constexpr std::size_t piece_size = 256;
 // Appends current_char and the characters after it to current_token while
 // `keep` holds for them, one get_next_char() each; the first character for
 // which it fails is left in current_char.
-template <class KEEP>
-inline void take_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
+template <class KEEP> inline void take_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
 {
     VORN_XML_SAX_INPUT_SOURCE* const source = parser.input_source;
     char piece[piece_size];
