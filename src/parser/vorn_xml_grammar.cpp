@@ -26,8 +26,7 @@ bool VORN_XML_SAX_PARSER::get_attributes()
     }
     std::string name;
     while (token_type == TOKEN_IDENTIFIER) {
-        // The next token replaces current_token anyway: hand its text over.
-        name.swap(current_token);
+        name.assign(current_token);
         next_token();
         if (!need_text("=")) {
             file_error("Attribute equal (\"=\") token is missing for attribute : " + name);

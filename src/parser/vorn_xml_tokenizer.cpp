@@ -77,13 +77,29 @@ bool equal_ignoring_case(const std::string& a, const std::string& b)
 
 constexpr char end_of_input = -1;
 
-// Characters of a token are gathered here and appended to the token in
-// pieces, not one push_back each.
+// Long runs of characters are gathered in pieces of this size and appended
+// to the token a piece at a time, not one push_back each.
 constexpr std::size_t piece_size = 256;
 
 // Appends current_char and the characters after it to current_token while
 // `keep` holds for them, one get_next_char() each; the first character for
-// which it fails is left in current_char.
+// which it fails is left in current_char.  For names and numbers, which are
+// short: a character at a time.
+template <class KEEP>
+inline void take_short_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
+{
+    VORN_XML_SAX_INPUT_SOURCE* const source = parser.input_source;
+    std::string& token = parser.current_token;
+    char c = parser.current_char;
+    do {
+        token.push_back(c);
+        c = static_cast<char>(source->get_next_char());
+    } while (keep(c));
+    parser.current_char = c;
+}
+
+// The same for runs that may be long (quoted strings), gathered in pieces
+// and appended a piece at a time.
 template <class KEEP> inline void take_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
 {
     VORN_XML_SAX_INPUT_SOURCE* const source = parser.input_source;
@@ -153,7 +169,7 @@ void VORN_XML_SAX_PARSER::next_token()
             read_char();
             return;
         case CLASS_DIGIT:
-            take_run(*this, is_digit);
+            take_short_run(*this, is_digit);
             token_type = TOKEN_NUMBER;
             return;
         case CLASS_SYMBOL:
@@ -162,7 +178,7 @@ void VORN_XML_SAX_PARSER::next_token()
             read_char();
             return;
         case CLASS_NAME_START:
-            take_run(*this, is_name_char);
+            take_short_run(*this, is_name_char);
             token_type = TOKEN_IDENTIFIER;
             return;
         default:
@@ -335,8 +351,7 @@ bool VORN_XML_SAX_PARSER::missing_text(const char* expected, std::size_t length)
 bool VORN_XML_SAX_PARSER::is_xml_identifier(std::string& name)
 {
     if (token_type == TOKEN_IDENTIFIER) {
-        // The next token replaces current_token anyway: hand its text over.
-        name.swap(current_token);
+        name.assign(current_token);
         next_token();
         return true;
     }
