@@ -118,7 +118,7 @@ void make_text(std::string& out, RANDOM& random, std::size_t bytes)
         out += "<chapter n=\"";
         out += std::to_string(id);
         out += "\">";
-        const std::size_t target = out.size() + random.between(4 * 1024, 64 * 1024);
+        const std::size_t target = out.size() + random.between(4096u, 65536u);
         bool first = true;
         while (out.size() < target) {
             if (!first)
@@ -148,7 +148,7 @@ std::string make_document(SHAPE shape, std::size_t bytes, std::uint64_t seed)
 {
     RANDOM random(seed ^ static_cast<std::uint64_t>(shape));
     std::string out;
-    out.reserve(bytes + 128 * 1024);
+    out.reserve(bytes + std::size_t{128} * 1024);
     out += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- generated benchmark document -->\n";
     switch (shape) {
     case SHAPE::RECORDS: make_records(out, random, bytes); break;
