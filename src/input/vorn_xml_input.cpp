@@ -69,16 +69,16 @@ int VORN_XML_FILE_INPUT_SOURCE::get_next_char()
 __attribute__((noinline)) int VORN_XML_FILE_INPUT_SOURCE::read_next_chunk()
 {
     buffer_count = xml_file->read(vorn_xml_buffer, chunk_size);
-    if (buffer_count >= 1 && xml_text.empty()) {
-        // xml_text will hold the whole file: one allocation of its size
-        // instead of a series of doublings, each copying what came before
-        // and briefly holding both copies.
-        const long long size = xml_file->get_size();
-        if (size > 0 && static_cast<unsigned long long>(size) < xml_text.max_size())
-            xml_text.reserve(static_cast<std::string::size_type>(size));
-    }
     if (buffer_count >= 1) {
         vorn_xml_buffer[buffer_count] = '\0';
+        if (xml_text.empty()) {
+            // xml_text will hold the whole file: one allocation of its size
+            // instead of a series of doublings, each copying what came
+            // before and briefly holding both copies.
+            const long long size = xml_file->get_size();
+            if (size > 0 && static_cast<unsigned long long>(size) < xml_text.max_size())
+                xml_text.reserve(static_cast<std::string::size_type>(size));
+        }
         // The chunk goes in as a C string: an embedded NUL ends what is kept.
         xml_text.append(vorn_xml_buffer, std::strlen(vorn_xml_buffer));
         last_char = vorn_xml_buffer[0];
