@@ -15,6 +15,19 @@ namespace {
 const std::string declaration = "<?xml version=\"1.0\"?>";
 const std::size_t lengths[] = {1, 15, 16, 254, 255, 256, 257, 511, 512, 4094, 4095, 4096, 9000};
 
+// The text a file source hands to process_end_document after a successful
+// parse of `document`.
+std::string text_read_from_file(const std::string& document)
+{
+    vorn_test::TEMP_DIR dir;
+    VORN_XML_FILE_INPUT_SOURCE source(dir.write("doc.xml", document));
+    vorn_test::RECORDING_HANDLER handler;
+    VORN_XML_SAX_PARSER parser;
+    parser.set_tree_handler(&handler);
+    EXPECT_TRUE(parser.parse(&source));
+    return handler.end_document_text;
+}
+
 }  // namespace
 
 TEST(long_runs, names_values_and_text_keep_every_byte)
@@ -29,7 +42,7 @@ TEST(long_runs, names_values_and_text_keep_every_byte)
         EXPECT_TRUE(out.ok);
         EXPECT_TRUE(out.errors.empty());
         EXPECT_EQ(out.tree, name + "{a=" + value + "}(\"t" + std::string(n, 'x') + "&y&lt z\")");
-        EXPECT_EQ(out.end_document_text, doc);
+        EXPECT_EQ(text_read_from_file(doc), doc);
     }
 }
 
