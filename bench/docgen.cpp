@@ -4,7 +4,7 @@ namespace vorn_bench {
 
 namespace {
 
-// splitmix64: tiny, fast and fully specified, so documents do not depend on
+// splitmix64: tiny, fast and fully defined, so documents do not depend on
 // the standard library's distributions.
 class RANDOM {
 public:
