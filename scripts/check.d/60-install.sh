@@ -19,7 +19,7 @@ for f in include/vorn_xml.h include/vorn_xml_writer.h include/vorn_xml_position.
 done
 [ -L "$prefix/lib/libvornxml.so" ] && [ -L "$prefix/lib/libvornxml.so.1" ] ||
     { echo "install: the SONAME links are missing"; exit 1; }
-readelf -d "$prefix/lib/libvornxml.so" | grep -q 'SONAME.*libvornxml.so.1' ||
+readelf -d "$prefix/lib/libvornxml.so" | grep 'SONAME.*libvornxml.so.1' ||
     { echo "install: wrong SONAME"; exit 1; }
 
 expected='<?xml version="1.0"?>
@@ -52,5 +52,5 @@ for f in ./usr/include/vorn_xml.h ./usr/lib/libvornxml.so ./usr/lib/libvornxml.s
          ./usr/bin/vornxml ./usr/lib/cmake/VornXml/VornXmlConfig.cmake ./usr/lib/pkgconfig/vornxml.pc; do
     grep -qx "$f" "$work/contents" || { echo "install: $(basename "$deb") lacks $f"; exit 1; }
 done
-dpkg-deb -I "$deb" | grep -q 'Package: vornxml' || { echo "install: bad package control data"; exit 1; }
+dpkg-deb -I "$deb" | grep 'Package: vornxml' >/dev/null || { echo "install: bad package control data"; exit 1; }
 echo "install: prefix, find_package, pkg-config, tool and $(basename "$deb") checked"
