@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <new>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "vorn_test_support.h"
@@ -30,9 +29,7 @@ long live = 0;     // counted blocks not yet freed
 // The array forms of the standard library call these.
 void* operator new(std::size_t size)
 {
-    if (counting && fail_at-- == 0)
-        throw std::bad_alloc();
-    auto* block = static_cast<unsigned char*>(std::malloc(size + header));
+    auto* block = counting && fail_at-- == 0 ? nullptr : static_cast<unsigned char*>(std::malloc(size + header));
     if (block == nullptr)
         throw std::bad_alloc();
     *reinterpret_cast<unsigned long*>(block) = counting ? counted_tag : 0;
@@ -54,18 +51,15 @@ void operator delete(void* pointer, std::size_t /*size*/) noexcept
 
 namespace {
 
-struct OUTCOME {
-    bool threw = false;
-    bool ok = false;
-    std::vector<std::string> errors;
-    std::string tree;
-};
-
 // One parse with allocations failing after `allowed` of them (never when
-// negative).  What it reports is read with the failure switched off.
-OUTCOME parse_failing_after(const std::string& document, const std::string& path, long allowed, bool from_file)
+// negative); true when it threw.  The report, read with the failure switched
+// off, is the messages filed and, when the parse finished, its result and
+// tree.
+bool parse_failing_after(const std::string& document, const std::string& path, long allowed, bool from_file,
+                         std::vector<std::string>& report)
 {
-    OUTCOME outcome;
+    bool threw = false;
+    report.clear();
     live = 0;
     fail_at = allowed;
     counting = allowed >= 0;
@@ -73,19 +67,22 @@ OUTCOME parse_failing_after(const std::string& document, const std::string& path
         VORN_XML_SAX_PARSER parser;
         VORN_XML_FILE_INPUT_SOURCE file(path);
         VORN_XML_STRING_INPUT_SOURCE text(document);
+        bool ok = false;
         try {
-            outcome.ok = parser.parse(from_file ? static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&file) : &text);
+            ok = parser.parse(from_file ? static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&file) : &text);
         } catch (const std::bad_alloc&) {
-            outcome.threw = true;
+            threw = true;
         }
         counting = false;  // read back and tear down without failures
-        outcome.errors = vorn_test::error_messages(parser.get_error_handler());
-        outcome.tree = vorn_test::dump_tree(parser.get_tree_handler()->get_root_element());
+        report = vorn_test::error_messages(parser.get_error_handler());
+        const std::string tree = vorn_test::dump_tree(parser.get_tree_handler()->get_root_element());
+        if (!threw)
+            report.insert(report.end(), {ok ? "ok" : "failed", tree});
     } catch (const std::bad_alloc&) {
-        outcome.threw = true;  // the parser or a source could not be made
+        threw = true;  // the parser or a source could not be made
     }
     counting = false;
-    return outcome;
+    return threw;
 }
 
 TEST(alloc_failure, every_allocation_of_a_parse_may_fail)
@@ -109,22 +106,18 @@ TEST(alloc_failure, every_allocation_of_a_parse_may_fail)
     for (const std::string& document : cases) {
         const std::string path = dir.write("doc.xml", document);
         for (const bool from_file : {false, true}) {
-            const OUTCOME full = parse_failing_after(document, path, -1, from_file);
-            for (long allowed = 0;; ++allowed) {
+            std::vector<std::string> full, partial;
+            parse_failing_after(document, path, -1, from_file, full);
+            long allowed = 0;
+            for (; parse_failing_after(document, path, allowed, from_file, partial); ++allowed) {
                 ASSERT_LT(allowed, 10000) << document;
-                const OUTCOME partial = parse_failing_after(document, path, allowed, from_file);
                 EXPECT_EQ(live, 0) << "blocks leaked with allocation " << allowed << " failing: " << document;
-                if (!partial.threw) {
-                    EXPECT_GT(allowed, 0) << document;
-                    EXPECT_EQ(std::tie(partial.ok, partial.errors, partial.tree),
-                              std::tie(full.ok, full.errors, full.tree))
-                        << document;
-                    break;
-                }
-                EXPECT_TRUE(partial.errors.size() <= full.errors.size() &&
-                            std::equal(partial.errors.begin(), partial.errors.end(), full.errors.begin()))
+                EXPECT_TRUE(partial.size() < full.size() && std::equal(partial.begin(), partial.end(), full.begin()))
                     << "allocation " << allowed << ": " << document;
             }
+            EXPECT_EQ(live, 0) << document;
+            EXPECT_GT(allowed, 0) << document;
+            EXPECT_EQ(partial, full) << document;
         }
     }
 }
