@@ -15,10 +15,9 @@
 
 namespace {
 
-// Blocks allocated while counting carry this tag in a header, so that only
-// they are counted when freed.
+// Every block has a header that says whether it was allocated while counting,
+// so that only those blocks are counted when freed.
 constexpr std::size_t header = 16;
-constexpr unsigned long counted_tag = 0x76726e78UL;
 
 bool counting = false;
 long fail_at = 0;  // allocations still allowed; the next one past it fails
@@ -32,7 +31,7 @@ void* operator new(std::size_t size)
     auto* block = counting && fail_at-- == 0 ? nullptr : static_cast<unsigned char*>(std::malloc(size + header));
     if (block == nullptr)
         throw std::bad_alloc();
-    *reinterpret_cast<unsigned long*>(block) = counting ? counted_tag : 0;
+    *reinterpret_cast<bool*>(block) = counting;
     live += counting ? 1 : 0;
     return block + header;
 }
@@ -41,7 +40,7 @@ void operator delete(void* pointer) noexcept
     if (pointer == nullptr)
         return;
     unsigned char* block = static_cast<unsigned char*>(pointer) - header;
-    live -= *reinterpret_cast<unsigned long*>(block) == counted_tag ? 1 : 0;
+    live -= *reinterpret_cast<bool*>(block) ? 1 : 0;
     std::free(block);
 }
 void operator delete(void* pointer, std::size_t /*size*/) noexcept
