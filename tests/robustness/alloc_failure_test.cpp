@@ -15,75 +15,50 @@
 
 namespace {
 
-// Blocks allocated while counting carry this tag in a header, so that only
-// they are counted when freed.
+// Every block has a header that says whether it was allocated while counting,
+// so that only those blocks are counted when freed.
 constexpr std::size_t header = 16;
-constexpr unsigned long counted_tag = 0x76726e78UL;
 
 bool counting = false;
 long fail_at = 0;  // allocations still allowed; the next one past it fails
 long live = 0;     // counted blocks not yet freed
-
-void* allocate(std::size_t size)
-{
-    if (counting && fail_at-- == 0)
-        throw std::bad_alloc();
-    auto* block = static_cast<unsigned char*>(std::malloc(size + header));
-    if (block == nullptr)
-        throw std::bad_alloc();
-    *reinterpret_cast<unsigned long*>(block) = counting ? counted_tag : 0;
-    live += counting ? 1 : 0;
-    return block + header;
-}
-
-void release(void* pointer)
-{
-    if (pointer == nullptr)
-        return;
-    unsigned char* block = static_cast<unsigned char*>(pointer) - header;
-    if (*reinterpret_cast<unsigned long*>(block) == counted_tag)
-        --live;
-    std::free(block);
-}
 
 }  // namespace
 
 // The array forms of the standard library call these.
 void* operator new(std::size_t size)
 {
-    return allocate(size);
+    auto* block = counting && fail_at-- == 0 ? nullptr : static_cast<unsigned char*>(std::malloc(size + header));
+    if (block == nullptr)
+        throw std::bad_alloc();
+    *reinterpret_cast<bool*>(block) = counting;
+    live += counting ? 1 : 0;
+    return block + header;
 }
 void operator delete(void* pointer) noexcept
 {
-    release(pointer);
+    if (pointer == nullptr)
+        return;
+    unsigned char* block = static_cast<unsigned char*>(pointer) - header;
+    live -= *reinterpret_cast<bool*>(block) ? 1 : 0;
+    std::free(block);
 }
 void operator delete(void* pointer, std::size_t /*size*/) noexcept
 {
-    release(pointer);
+    operator delete(pointer);
 }
 
 namespace {
 
-const std::string& declaration()
-{
-    static const std::string text = "<?xml version=\"1.0\"?>";
-    return text;
-}
-
-struct OUTCOME {
-    bool threw = false;
-    bool ok = false;
-    std::vector<std::string> errors;
-    std::string tree;
-};
-
 // One parse with allocations failing after `allowed` of them (never when
-// negative).  What it reports is read with the failure switched off.
-OUTCOME parse_failing_after(const std::string& document, long allowed, bool from_file)
+// negative); true when it threw.  The report, read with the failure switched
+// off, is the messages filed and, when the parse finished, its result and
+// tree.
+bool parse_failing_after(const std::string& document, const std::string& path, long allowed, bool from_file,
+                         std::vector<std::string>& report)
 {
-    OUTCOME outcome;
-    vorn_test::TEMP_DIR dir;
-    const std::string path = dir.write("doc.xml", document);
+    bool threw = false;
+    report.clear();
     live = 0;
     fail_at = allowed;
     counting = allowed >= 0;
@@ -91,56 +66,57 @@ OUTCOME parse_failing_after(const std::string& document, long allowed, bool from
         VORN_XML_SAX_PARSER parser;
         VORN_XML_FILE_INPUT_SOURCE file(path);
         VORN_XML_STRING_INPUT_SOURCE text(document);
+        bool ok = false;
         try {
-            outcome.ok = parser.parse(from_file ? static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&file) : &text);
+            ok = parser.parse(from_file ? static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&file) : &text);
         } catch (const std::bad_alloc&) {
-            outcome.threw = true;
+            threw = true;
         }
         counting = false;  // read back and tear down without failures
-        if (parser.get_error_handler() != nullptr)
-            outcome.errors = vorn_test::error_messages(parser.get_error_handler());
-        outcome.tree = vorn_test::dump_tree(parser.get_tree_handler()->get_root_element());
+        report = vorn_test::error_messages(parser.get_error_handler());
+        const std::string tree = vorn_test::dump_tree(parser.get_tree_handler()->get_root_element());
+        if (!threw)
+            report.insert(report.end(), {ok ? "ok" : "failed", tree});
     } catch (const std::bad_alloc&) {
-        outcome.threw = true;  // the parser or a source could not be made
+        threw = true;  // the parser or a source could not be made
     }
     counting = false;
-    return outcome;
+    return threw;
 }
 
 TEST(alloc_failure, every_allocation_of_a_parse_may_fail)
 {
+    // A valid document, then one of each kind of failure.
+    const std::string declaration = "<?xml version=\"1.0\"?>";
     const std::string cases[] = {
-        declaration() + "<catalog lang=\"en\"><book id=\"1\" Id=\"2\"><title>A &amp; B</title></book><!-- c -->"
-                        "<empty/>tail</catalog>",
+        declaration + "<catalog lang=\"en\"><book id=\"1\" Id=\"2\"><title>A &amp; B</title></book><!-- c -->"
+                      "<empty/>tail</catalog>",
         "<a/>",
         "<?xml version=\"2.0\"?><a/>",
-        declaration() + "<a><?pi?></a>",
-        declaration() + "<a b c=\"1\" d=e>x</a>",
-        declaration() + "<a 5></a>",
-        declaration() + "<a>head<b/></a>",
-        declaration() + "<a><b></a></b>",
-        declaration() + "<a/></b>",
-        declaration() + "<a b=\"never closed",
+        declaration + "<a><?pi?></a>",
+        declaration + "<a b c=\"1\" d=e>x</a>",
+        declaration + "<a 5></a>",
+        declaration + "<a>head<b/></a>",
+        declaration + "<a><b></a></b>",
+        declaration + "<a/></b>",
+        declaration + "<a b=\"never closed",
     };
+    vorn_test::TEMP_DIR dir;
     for (const std::string& document : cases) {
+        const std::string path = dir.write("doc.xml", document);
         for (const bool from_file : {false, true}) {
-            const OUTCOME full = parse_failing_after(document, -1, from_file);
+            std::vector<std::string> full, partial;
+            parse_failing_after(document, path, -1, from_file, full);
             long allowed = 0;
-            for (;; ++allowed) {
+            for (; parse_failing_after(document, path, allowed, from_file, partial); ++allowed) {
                 ASSERT_LT(allowed, 10000) << document;
-                const OUTCOME partial = parse_failing_after(document, allowed, from_file);
                 EXPECT_EQ(live, 0) << "blocks leaked with allocation " << allowed << " failing: " << document;
-                if (!partial.threw) {
-                    EXPECT_EQ(partial.ok, full.ok) << document;
-                    EXPECT_EQ(partial.errors, full.errors) << document;
-                    EXPECT_EQ(partial.tree, full.tree) << document;
-                    break;
-                }
-                ASSERT_LE(partial.errors.size(), full.errors.size()) << document;
-                EXPECT_TRUE(std::equal(partial.errors.begin(), partial.errors.end(), full.errors.begin()))
+                EXPECT_TRUE(partial.size() < full.size() && std::equal(partial.begin(), partial.end(), full.begin()))
                     << "allocation " << allowed << ": " << document;
             }
+            EXPECT_EQ(live, 0) << document;
             EXPECT_GT(allowed, 0) << document;
+            EXPECT_EQ(partial, full) << document;
         }
     }
 }
