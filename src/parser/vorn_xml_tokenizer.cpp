@@ -85,8 +85,7 @@ constexpr std::size_t piece_size = 256;
 // `keep` holds for them, one get_next_char() each; the first character for
 // which it fails is left in current_char.  For names and numbers, which are
 // short: a character at a time.
-template <class KEEP>
-inline void take_short_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
+template <class KEEP> inline void take_short_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
 {
     VORN_XML_SAX_INPUT_SOURCE* const source = parser.input_source;
     std::string& token = parser.current_token;
