@@ -113,15 +113,15 @@ RUN vorn_sax_file(const DOC& doc, bool)
     return run;
 }
 
-// DOM from a string source.  `free_inside`: the tree is freed inside the
-// measured region.
-RUN vorn_dom_string(const DOC& doc, bool keep, bool free_inside)
+// One DOM parse of the source that `make_source` makes inside the measured
+// region.  `free_inside`: the tree is freed inside the region too; otherwise
+// it is kept alive or freed outside, as `keep` says.
+template <class MAKE> RUN vorn_dom(bool keep, bool free_inside, MAKE make_source)
 {
-    std::string text = host_copy(doc);
     RUN run;
     REGION region;
     region.begin();
-    auto source = std::make_unique<VORN_XML_STRING_INPUT_SOURCE>(std::move(text));
+    auto source = make_source();
     auto parser = std::make_unique<VORN_XML_SAX_PARSER>();
     const bool ok = parser->parse(source.get());
     if (free_inside) {
@@ -133,12 +133,21 @@ RUN vorn_dom_string(const DOC& doc, bool keep, bool free_inside)
     run.seconds = region.end();
     run.elements = ok ? count_vorn(parser->get_tree_handler()->get_root_element()) : -2;
     VORN_XML_SAX_PARSER* p = parser.release();
-    VORN_XML_STRING_INPUT_SOURCE* s = source.release();
+    VORN_XML_SAX_INPUT_SOURCE* s = source.release();
     keep_or_free(keep, [p, s] {
         delete p;
         delete s;
     });
     return run;
+}
+
+// DOM from a string source; the host's copy of the document is made outside
+// the measured region.
+RUN vorn_dom_string(const DOC& doc, bool keep, bool free_inside)
+{
+    std::string text = host_copy(doc);
+    return vorn_dom(keep, free_inside,
+                    [&text] { return std::make_unique<VORN_XML_STRING_INPUT_SOURCE>(std::move(text)); });
 }
 
 RUN vorn_dom_string_parse(const DOC& doc, bool keep)
@@ -153,27 +162,7 @@ RUN vorn_dom_string_free(const DOC& doc, bool keep)
 
 RUN vorn_dom_file(const DOC& doc, bool keep)
 {
-    RUN run;
-    REGION region;
-    region.begin();
-    auto source = std::make_unique<VORN_XML_FILE_INPUT_SOURCE>(doc.path);
-    auto parser = std::make_unique<VORN_XML_SAX_PARSER>();
-    const bool ok = parser->parse(source.get());
-    if (!keep) {
-        parser.reset();
-        run.seconds = region.end();
-        run.elements = ok ? -1 : -2;
-        return run;
-    }
-    run.seconds = region.end();
-    run.elements = ok ? count_vorn(parser->get_tree_handler()->get_root_element()) : -2;
-    VORN_XML_SAX_PARSER* p = parser.release();
-    VORN_XML_FILE_INPUT_SOURCE* s = source.release();
-    keep_or_free(keep, [p, s] {
-        delete p;
-        delete s;
-    });
-    return run;
+    return vorn_dom(keep, !keep, [&doc] { return std::make_unique<VORN_XML_FILE_INPUT_SOURCE>(doc.path); });
 }
 
 // The floor: one virtual get_next_char() per byte, letters appended to a
