@@ -280,6 +280,29 @@ RUN libxml2_dom_free(const DOC& doc, bool keep)
     return libxml2_dom(doc, keep, true);
 }
 
+// One timed parse into a document object of a peer.  Without `keep` the
+// document is freed inside the measured region; with it, its elements are
+// counted outside the region and it stays alive until the next run.
+template <class TREE, class PARSE, class COUNT> RUN timed_document(bool keep, PARSE parse, COUNT count)
+{
+    RUN run;
+    REGION region;
+    region.begin();
+    auto tree = std::make_unique<TREE>();
+    const bool ok = parse(*tree);
+    if (!keep) {
+        tree.reset();
+        run.seconds = region.end();
+        run.elements = ok ? -1 : -2;
+        return run;
+    }
+    run.seconds = region.end();
+    run.elements = ok ? count(*tree) : -2;
+    TREE* t = tree.release();
+    keep_or_free(keep, [t] { delete t; });
+    return run;
+}
+
 // --- pugixml --------------------------------------------------------------
 
 long count_pugi(const pugi::xml_node& node)
@@ -294,22 +317,12 @@ long count_pugi(const pugi::xml_node& node)
 
 RUN pugixml_dom(const DOC& doc, bool keep)
 {
-    RUN run;
-    REGION region;
-    region.begin();
-    auto tree = std::make_unique<pugi::xml_document>();
-    const bool ok = static_cast<bool>(tree->load_buffer(doc.text.data(), doc.text.size()));
-    if (!keep) {
-        tree.reset();
-        run.seconds = region.end();
-        run.elements = ok ? -1 : -2;
-        return run;
-    }
-    run.seconds = region.end();
-    run.elements = ok ? count_pugi(*tree) : -2;
-    pugi::xml_document* t = tree.release();
-    keep_or_free(keep, [t] { delete t; });
-    return run;
+    return timed_document<pugi::xml_document>(
+        keep,
+        [&doc](pugi::xml_document& tree) {
+            return static_cast<bool>(tree.load_buffer(doc.text.data(), doc.text.size()));
+        },
+        [](pugi::xml_document& tree) { return count_pugi(tree); });
 }
 
 // --- tinyxml2 -------------------------------------------------------------
@@ -324,22 +337,12 @@ long count_tiny(const tinyxml2::XMLNode* node)
 
 RUN tinyxml2_dom(const DOC& doc, bool keep)
 {
-    RUN run;
-    REGION region;
-    region.begin();
-    auto tree = std::make_unique<tinyxml2::XMLDocument>();
-    const bool ok = tree->Parse(doc.text.data(), doc.text.size()) == tinyxml2::XML_SUCCESS;
-    if (!keep) {
-        tree.reset();
-        run.seconds = region.end();
-        run.elements = ok ? -1 : -2;
-        return run;
-    }
-    run.seconds = region.end();
-    run.elements = ok ? count_tiny(tree.get()) : -2;
-    tinyxml2::XMLDocument* t = tree.release();
-    keep_or_free(keep, [t] { delete t; });
-    return run;
+    return timed_document<tinyxml2::XMLDocument>(
+        keep,
+        [&doc](tinyxml2::XMLDocument& tree) {
+            return tree.Parse(doc.text.data(), doc.text.size()) == tinyxml2::XML_SUCCESS;
+        },
+        [](tinyxml2::XMLDocument& tree) { return count_tiny(&tree); });
 }
 
 }  // namespace
