@@ -1,31 +1,24 @@
 #include "vorn_xml_writer.h"
 
+#include "../parser/vorn_xml_chars.h"
+
 #include <cstring>
 #include <string>
 #include <vector>
+
+using namespace vorn_xml_chars;
 
 namespace {
 
 constexpr std::size_t max_indent_levels = 32;
 constexpr std::size_t flush_size = 1 << 16;
 
-bool is_letter(unsigned char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool is_digit(unsigned char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 bool is_name(const std::string& name)
 {
-    if (name.empty() || is_digit(static_cast<unsigned char>(name[0])))
+    if (name.empty() || class_of(name[0]) != CLASS_NAME_START)
         return false;
-    for (const char ch : name) {
-        const auto c = static_cast<unsigned char>(ch);
-        if (!is_letter(c) && !is_digit(c) && c != '_')
+    for (const char c : name) {
+        if (!is_name_char(c))
             return false;
     }
     return true;
@@ -33,10 +26,10 @@ bool is_name(const std::string& name)
 
 // Bytes that the reader takes as the first token of a run of text and hands
 // on unchanged: names, numbers, ">" and the one-byte symbols.
-bool can_begin_text(unsigned char c)
+bool can_begin_text(char c)
 {
-    static const char symbols[] = "!#$%&'()*+,-./;=?@[]^`{|}~";
-    return is_letter(c) || is_digit(c) || c == '_' || c == '>' || (c != '\0' && std::strchr(symbols, c) != nullptr);
+    const unsigned char k = class_of(c);
+    return k == CLASS_NAME_START || k == CLASS_DIGIT || k == CLASS_GREATER || k == CLASS_SYMBOL;
 }
 
 bool has_ff(const std::string& text)
@@ -65,12 +58,11 @@ std::string problem_of(VORN_XML_ELEMENT* element)
     const std::string& text = element->element_data;
     if (text.empty())
         return {};
-    const auto first = static_cast<unsigned char>(text[0]);
-    if (std::strchr(" \t\n\v\f\r", first) != nullptr && first != '\0')
+    if (class_of(text[0]) == CLASS_SPACE)
         return "its text begins with white space, which a reader drops";
-    if (first == '"' || first == '<')
+    if (text[0] == '"' || text[0] == '<')
         return "its text begins with " + std::string(1, text[0]) + ", which a reader takes as markup";
-    if (!can_begin_text(first))
+    if (!can_begin_text(text[0]))
         return "its text begins with a byte a reader refuses there";
     if (has_ff(text))
         return "its text holds the byte 0xFF, which ends a document";
