@@ -131,6 +131,11 @@ public:
     // fewer than two entries.
     VORN_OBJ* get_object_before_last() const;
 
+    // The object of the entry at `index` (0 is the first), without moving
+    // the cursor; null when `index` is outside 0 .. get_count() - 1.  Lets
+    // a walk over the entries run beside the cursor without disturbing it.
+    VORN_OBJ* get_object_at(long index) const;
+
     // Moves every entry of `other` in front of this list's first entry,
     // keeping their order, in constant time and without allocating.
     // `other` is left empty with its cursor at the end; this list's cursor

@@ -107,3 +107,13 @@ VORN_OBJ* VORN_OBJ_LIST::get_object_before_last() const
 {
     return (last != nullptr && last->prev != nullptr) ? last->prev->object : nullptr;
 }
+
+VORN_OBJ* VORN_OBJ_LIST::get_object_at(long index) const
+{
+    if (index < 0 || index >= count)
+        return nullptr;
+    NODE* node = first;
+    for (; index > 0; --index)
+        node = node->next;
+    return node->object;
+}
