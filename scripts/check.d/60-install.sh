@@ -3,9 +3,9 @@
 # (CMake's find_package and pkg-config) and runs it, runs the installed tool,
 # then builds the Debian package and checks what it holds.
 set -euo pipefail
+source "$VORNXML_ROOT/scripts/lib/build.sh"
 cd "$VORNXML_ROOT"
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORNXML_BUILD_TESTS=ON >/dev/null
-cmake --build build -j "$VORNXML_JOBS"
+build_in build
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
