@@ -49,7 +49,8 @@ TEST(collector, cursor_rules_for_every_kind)
                 (c.*other.next)();
             }
         }
-        EXPECT_FALSE((c.*k.has)());  // the other lists are not empty
+        // Empty while the other lists are not.
+        EXPECT_FALSE((c.*k.has)());
         (c.*k.rewind)();  // on an empty list: an append is not seen until the next rewind
         (c.*k.append)("a");
         (c.*k.append)("b");
