@@ -93,7 +93,13 @@ long status_kb(const char* field)
 double peak_added(const TARGET& target, const DOC& doc, long& elements)
 {
     const std::unique_ptr<RUN> run = target.make(doc);
-    std::ofstream("/proc/self/clear_refs") << "5";  // resets VmHWM to VmRSS
+    std::ofstream refs("/proc/self/clear_refs");
+    refs << "5";  // resets VmHWM to VmRSS
+    refs.close();
+    if (!refs) {
+        std::fprintf(stderr, "cannot reset the peak resident size\n");
+        return -1;
+    }
     const long before = status_kb("VmRSS:");
     elements = run->parse() ? run->elements() : -2;
     const long peak = status_kb("VmHWM:");

@@ -24,7 +24,7 @@ else
     mb=${MB:-8} procs=${PROCS:-3} warmup=${WARMUP:-2} reps=${REPS:-5}
 fi
 
-cmake --build "$build" --target vornxml_bench >/dev/null
+cmake --build "$build" -j 2 --target vornxml_bench >/dev/null
 bench=$build/bench/vornxml_bench
 source_dir=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$build/CMakeCache.txt")
 build_type=$(sed -n 's/^CMAKE_BUILD_TYPE:[A-Z]*=//p' "$build/CMakeCache.txt")
