@@ -1,11 +1,6 @@
 #include "targets.h"
 
-#include <malloc.h>
-#include <valgrind/callgrind.h>
-
-#include <ctime>
-#include <functional>
-#include <memory>
+#include <vector>
 
 #include <expat.h>
 #include <libxml/parser.h>
@@ -16,62 +11,22 @@
 
 namespace vorn_bench {
 
-bool measure_wall_time = false;
-
 namespace {
 
-double now()
-{
-    timespec t{};
-    clock_gettime(measure_wall_time ? CLOCK_MONOTONIC : CLOCK_THREAD_CPUTIME_ID, &t);
-    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
-}
+// --- vornxml --------------------------------------------------------------
 
-// The measured region: its time on the chosen clock, and callgrind's
-// collection switched on.
-class REGION {
+class START_COUNTER : public VORN_XML_SAX_EVENT_LISTENER {
 public:
-    void begin()
-    {
-        CALLGRIND_TOGGLE_COLLECT;
-        start = now();
-    }
-    double end()
-    {
-        const double stop = now();
-        CALLGRIND_TOGGLE_COLLECT;
-        return stop - start;
-    }
-
-private:
-    double start = 0;
+    long elements = 0;
+    void process_start_element(const char*, VORN_XML_ATTRIB_LIST*&) override { ++elements; }
 };
 
-// What a "keep" run leaves alive until release_kept().
-std::function<void()> kept;
-
-void keep_or_free(bool keep, std::function<void()> free_it)
+long count_tree(VORN_XML_ELEMENT* root)
 {
-    if (keep)
-        kept = std::move(free_it);
-    else
-        free_it();
-}
-
-// The host's own copy of the document, which a string source takes over.
-std::string host_copy(const DOC& doc)
-{
-    if (!doc.spare.empty())
-        return std::move(doc.spare);
-    return doc.text;
-}
-
-long count_vorn(VORN_XML_ELEMENT* root)
-{
-    if (root == nullptr)
-        return 0;
     long n = 0;
-    std::vector<VORN_XML_ELEMENT*> todo{root};
+    std::vector<VORN_XML_ELEMENT*> todo;
+    if (root != nullptr)
+        todo.push_back(root);
     while (!todo.empty()) {
         VORN_XML_ELEMENT* e = todo.back();
         todo.pop_back();
@@ -82,167 +37,117 @@ long count_vorn(VORN_XML_ELEMENT* root)
     return n;
 }
 
-// --- vornxml --------------------------------------------------------------
-
-RUN vorn_sax_string(const DOC& doc, bool)
-{
-    std::string text = host_copy(doc);
-    RUN run;
-    REGION region;
-    region.begin();
-    VORN_XML_STRING_INPUT_SOURCE source(std::move(text));
-    VORN_XML_SAX_PARSER parser;
-    parser.enable_DOM_mode(false);
-    const bool ok = parser.parse(&source);
-    run.seconds = region.end();
-    run.elements = ok ? -1 : -2;
-    return run;
-}
-
-RUN vorn_sax_file(const DOC& doc, bool)
-{
-    RUN run;
-    REGION region;
-    region.begin();
-    VORN_XML_FILE_INPUT_SOURCE source(doc.path);
-    VORN_XML_SAX_PARSER parser;
-    parser.enable_DOM_mode(false);
-    const bool ok = parser.parse(&source);
-    run.seconds = region.end();
-    run.elements = ok ? -1 : -2;
-    return run;
-}
-
-// One DOM parse of the source that `make_source` makes inside the measured
-// region.  `free_inside`: the tree is freed inside the region too; otherwise
-// it is kept alive or freed outside, as `keep` says.
-template <class MAKE> RUN vorn_dom(bool keep, bool free_inside, MAKE make_source)
-{
-    RUN run;
-    REGION region;
-    region.begin();
-    auto source = make_source();
-    auto parser = std::make_unique<VORN_XML_SAX_PARSER>();
-    const bool ok = parser->parse(source.get());
-    if (free_inside) {
+// This library, from a file source or from a string source that takes the
+// host's copy of the text over; in DOM mode, or with DOM mode off and a
+// listener that counts the start tags.
+template <bool FROM_FILE, bool DOM> class VORN_RUN : public RUN {
+public:
+    explicit VORN_RUN(const DOC& doc) : path(doc.path)
+    {
+        if (!FROM_FILE)
+            text = doc.text;
+    }
+    bool parse() override
+    {
+        if (FROM_FILE)
+            source = std::make_unique<VORN_XML_FILE_INPUT_SOURCE>(path);
+        else
+            source = std::make_unique<VORN_XML_STRING_INPUT_SOURCE>(std::move(text));
+        parser = std::make_unique<VORN_XML_SAX_PARSER>();
+        if (!DOM) {
+            parser->enable_DOM_mode(false);
+            parser->get_tree_handler()->set_event_listener(&counter);
+        }
+        return parser->parse(source.get());
+    }
+    long elements() const override
+    {
+        return DOM ? count_tree(parser->get_tree_handler()->get_root_element()) : counter.elements;
+    }
+    void free() override
+    {
         parser.reset();
-        run.seconds = region.end();
-        run.elements = ok ? -1 : -2;
-        return run;
+        source.reset();
     }
-    run.seconds = region.end();
-    run.elements = ok ? count_vorn(parser->get_tree_handler()->get_root_element()) : -2;
-    VORN_XML_SAX_PARSER* p = parser.release();
-    VORN_XML_SAX_INPUT_SOURCE* s = source.release();
-    keep_or_free(keep, [p, s] {
-        delete p;
-        delete s;
-    });
-    return run;
-}
 
-// DOM from a string source; the host's copy of the document is made outside
-// the measured region.
-RUN vorn_dom_string(const DOC& doc, bool keep, bool free_inside)
-{
-    std::string text = host_copy(doc);
-    return vorn_dom(keep, free_inside,
-                    [&text] { return std::make_unique<VORN_XML_STRING_INPUT_SOURCE>(std::move(text)); });
-}
-
-RUN vorn_dom_string_parse(const DOC& doc, bool keep)
-{
-    return vorn_dom_string(doc, keep, false);
-}
-
-RUN vorn_dom_string_free(const DOC& doc, bool keep)
-{
-    return vorn_dom_string(doc, keep, true);
-}
-
-RUN vorn_dom_file(const DOC& doc, bool keep)
-{
-    return vorn_dom(keep, !keep, [&doc] { return std::make_unique<VORN_XML_FILE_INPUT_SOURCE>(doc.path); });
-}
-
-// The floor: one virtual get_next_char() per byte, letters appended to a
-// string.  The source is reached through its base so the call stays virtual.
-__attribute__((noinline)) long floor_loop(VORN_XML_SAX_INPUT_SOURCE& source)
-{
-    std::string letters;
-    for (int c = source.get_next_char(); c != -1; c = source.get_next_char()) {
-        if (static_cast<unsigned>((c | 0x20) - 'a') < 26u)
-            letters.push_back(static_cast<char>(c));
-    }
-    return static_cast<long>(letters.size());
-}
-
-RUN floor_string(const DOC& doc, bool)
-{
-    std::string text = host_copy(doc);
-    RUN run;
-    REGION region;
-    region.begin();
-    VORN_XML_STRING_INPUT_SOURCE source(std::move(text));
-    const long letters = floor_loop(source);
-    run.seconds = region.end();
-    run.elements = letters > 0 ? -1 : -2;
-    return run;
-}
-
-// --- expat ----------------------------------------------------------------
-
-struct COUNTS {
-    long elements = 0;
-    long ends = 0;
-    long characters = 0;
+private:
+    std::string path;
+    std::string text;
+    std::unique_ptr<VORN_XML_SAX_INPUT_SOURCE> source;
+    std::unique_ptr<VORN_XML_SAX_PARSER> parser;
+    START_COUNTER counter;
 };
 
-RUN expat_sax(const DOC& doc, bool)
+template <class R> std::unique_ptr<RUN> make(const DOC& doc)
 {
-    COUNTS counts;
-    RUN run;
-    REGION region;
-    region.begin();
-    XML_Parser parser = XML_ParserCreate(nullptr);
-    XML_SetUserData(parser, &counts);
-    XML_SetElementHandler(
-        parser, [](void* user, const XML_Char*, const XML_Char**) { ++static_cast<COUNTS*>(user)->elements; },
-        [](void* user, const XML_Char*) { ++static_cast<COUNTS*>(user)->ends; });
-    XML_SetCharacterDataHandler(
-        parser, [](void* user, const XML_Char*, int length) { static_cast<COUNTS*>(user)->characters += length; });
-    const bool ok = XML_Parse(parser, doc.text.data(), static_cast<int>(doc.text.size()), 1) == XML_STATUS_OK;
-    XML_ParserFree(parser);
-    run.seconds = region.end();
-    run.elements = ok ? counts.elements : -2;
-    return run;
+    return std::make_unique<R>(doc);
 }
 
-// --- libxml2 --------------------------------------------------------------
+// --- the peers ----------------------------------------------------------
 
-RUN libxml2_sax2(const DOC& doc, bool)
-{
-    COUNTS counts;
-    xmlSAXHandler handler{};
-    handler.initialized = XML_SAX2_MAGIC;
-    handler.startElementNs = [](void* user, const xmlChar*, const xmlChar*, const xmlChar*, int, const xmlChar**, int,
-                                int, const xmlChar**) { ++static_cast<COUNTS*>(user)->elements; };
-    handler.endElementNs = [](void* user, const xmlChar*, const xmlChar*, const xmlChar*) {
-        ++static_cast<COUNTS*>(user)->ends;
-    };
-    handler.characters = [](void* user, const xmlChar*, int length) {
-        static_cast<COUNTS*>(user)->characters += length;
-    };
-    RUN run;
-    REGION region;
-    region.begin();
-    const bool ok = xmlSAXUserParseMemory(&handler, &counts, doc.text.data(), static_cast<int>(doc.text.size())) == 0;
-    run.seconds = region.end();
-    run.elements = ok ? counts.elements : -2;
-    return run;
-}
+// expat and libxml2 SAX2 with callbacks that count the start tags.
+class EXPAT_RUN : public RUN {
+public:
+    explicit EXPAT_RUN(const DOC& doc) : text(doc.text) {}
+    bool parse() override
+    {
+        parser = XML_ParserCreate(nullptr);
+        XML_SetUserData(parser, &starts);
+        XML_SetElementHandler(
+            parser, [](void* starts, const XML_Char*, const XML_Char**) { ++*static_cast<long*>(starts); },
+            [](void*, const XML_Char*) {});
+        XML_SetCharacterDataHandler(parser, [](void*, const XML_Char*, int) {});
+        return XML_Parse(parser, text.data(), static_cast<int>(text.size()), 1) == XML_STATUS_OK;
+    }
+    long elements() const override { return starts; }
+    void free() override { XML_ParserFree(parser); }
 
-long count_libxml2(xmlNode* node)
+private:
+    const std::string& text;
+    XML_Parser parser = nullptr;
+    long starts = 0;
+};
+
+class LIBXML2_SAX2_RUN : public RUN {
+public:
+    explicit LIBXML2_SAX2_RUN(const DOC& doc) : text(doc.text) {}
+    bool parse() override
+    {
+        xmlSAXHandler handler{};
+        handler.initialized = XML_SAX2_MAGIC;
+        handler.startElementNs = [](void* starts, const xmlChar*, const xmlChar*, const xmlChar*, int, const xmlChar**,
+                                    int, int, const xmlChar**) { ++*static_cast<long*>(starts); };
+        handler.endElementNs = [](void*, const xmlChar*, const xmlChar*, const xmlChar*) {};
+        handler.characters = [](void*, const xmlChar*, int) {};
+        return xmlSAXUserParseMemory(&handler, &starts, text.data(), static_cast<int>(text.size())) == 0;
+    }
+    long elements() const override { return starts; }
+    void free() override {}
+
+private:
+    const std::string& text;
+    long starts = 0;
+};
+
+// A peer's document object: made and filled by `load`, its elements counted
+// by `count`, freed by deleting it.
+template <class TREE, bool (*load)(TREE&, const std::string&), long (*count)(const TREE&)> class TREE_RUN : public RUN {
+public:
+    explicit TREE_RUN(const DOC& doc) : text(doc.text) {}
+    bool parse() override
+    {
+        tree = std::make_unique<TREE>();
+        return load(*tree, text);
+    }
+    long elements() const override { return count(*tree); }
+    void free() override { tree.reset(); }
+
+private:
+    const std::string& text;
+    std::unique_ptr<TREE> tree;
+};
+
+long count_libxml2(const xmlNode* node)
 {
     long n = 0;
     for (; node != nullptr; node = node->next) {
@@ -252,114 +157,76 @@ long count_libxml2(xmlNode* node)
     return n;
 }
 
-RUN libxml2_dom(const DOC& doc, bool keep, bool free_inside)
+// libxml2's document, behind a holder that frees it.
+struct LIBXML2_DOC {
+    xmlDoc* doc = nullptr;
+    LIBXML2_DOC() = default;
+    LIBXML2_DOC(const LIBXML2_DOC&) = delete;
+    LIBXML2_DOC& operator=(const LIBXML2_DOC&) = delete;
+    ~LIBXML2_DOC() { xmlFreeDoc(doc); }
+};
+
+bool load_libxml2(LIBXML2_DOC& tree, const std::string& text)
 {
-    RUN run;
-    REGION region;
-    region.begin();
-    xmlDoc* tree = xmlReadMemory(doc.text.data(), static_cast<int>(doc.text.size()), nullptr, nullptr, 0);
-    if (free_inside && !keep) {
-        xmlFreeDoc(tree);
-        run.seconds = region.end();
-        run.elements = tree != nullptr ? -1 : -2;
-        return run;
-    }
-    run.seconds = region.end();
-    run.elements = tree != nullptr ? count_libxml2(xmlDocGetRootElement(tree)) : -2;
-    keep_or_free(keep, [tree] { xmlFreeDoc(tree); });
-    return run;
+    tree.doc = xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, 0);
+    return tree.doc != nullptr;
 }
 
-RUN libxml2_dom_parse(const DOC& doc, bool keep)
+long count_libxml2_doc(const LIBXML2_DOC& tree)
 {
-    return libxml2_dom(doc, keep, false);
+    return count_libxml2(xmlDocGetRootElement(tree.doc));
 }
 
-RUN libxml2_dom_free(const DOC& doc, bool keep)
+bool load_pugixml(pugi::xml_document& tree, const std::string& text)
 {
-    return libxml2_dom(doc, keep, true);
+    return static_cast<bool>(tree.load_buffer(text.data(), text.size()));
 }
 
-// One timed parse into a document object of a peer.  Without `keep` the
-// document is freed inside the measured region; with it, its elements are
-// counted outside the region and it stays alive until the next run.
-template <class TREE, class PARSE, class COUNT> RUN timed_document(bool keep, PARSE parse, COUNT count)
-{
-    RUN run;
-    REGION region;
-    region.begin();
-    auto tree = std::make_unique<TREE>();
-    const bool ok = parse(*tree);
-    if (!keep) {
-        tree.reset();
-        run.seconds = region.end();
-        run.elements = ok ? -1 : -2;
-        return run;
-    }
-    run.seconds = region.end();
-    run.elements = ok ? count(*tree) : -2;
-    TREE* t = tree.release();
-    keep_or_free(keep, [t] { delete t; });
-    return run;
-}
-
-// --- pugixml --------------------------------------------------------------
-
-long count_pugi(const pugi::xml_node& node)
+long count_pugixml(const pugi::xml_node& node)
 {
     long n = 0;
     for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
         if (c.type() == pugi::node_element)
-            n += 1 + count_pugi(c);
+            n += 1 + count_pugixml(c);
     }
     return n;
 }
 
-RUN pugixml_dom(const DOC& doc, bool keep)
+long count_pugixml_doc(const pugi::xml_document& tree)
 {
-    return timed_document<pugi::xml_document>(
-        keep,
-        [&doc](pugi::xml_document& tree) {
-            return static_cast<bool>(tree.load_buffer(doc.text.data(), doc.text.size()));
-        },
-        [](pugi::xml_document& tree) { return count_pugi(tree); });
+    return count_pugixml(tree);
 }
 
-// --- tinyxml2 -------------------------------------------------------------
+bool load_tinyxml2(tinyxml2::XMLDocument& tree, const std::string& text)
+{
+    return tree.Parse(text.data(), text.size()) == tinyxml2::XML_SUCCESS;
+}
 
-long count_tiny(const tinyxml2::XMLNode* node)
+long count_tinyxml2(const tinyxml2::XMLNode& node)
 {
     long n = 0;
-    for (const tinyxml2::XMLElement* c = node->FirstChildElement(); c != nullptr; c = c->NextSiblingElement())
-        n += 1 + count_tiny(c);
+    for (const tinyxml2::XMLElement* c = node.FirstChildElement(); c != nullptr; c = c->NextSiblingElement())
+        n += 1 + count_tinyxml2(*c);
     return n;
 }
 
-RUN tinyxml2_dom(const DOC& doc, bool keep)
+long count_tinyxml2_doc(const tinyxml2::XMLDocument& tree)
 {
-    return timed_document<tinyxml2::XMLDocument>(
-        keep,
-        [&doc](tinyxml2::XMLDocument& tree) {
-            return tree.Parse(doc.text.data(), doc.text.size()) == tinyxml2::XML_SUCCESS;
-        },
-        [](tinyxml2::XMLDocument& tree) { return count_tiny(&tree); });
+    return count_tinyxml2(tree);
 }
 
 }  // namespace
 
 const TARGET targets[] = {
-    {"vornxml_sax_string", "vornxml SAX (DOM off, no listener), string source", vorn_sax_string, false},
-    {"vornxml_sax_file", "vornxml SAX, file source", vorn_sax_file, false},
-    {"vornxml_dom_string", "vornxml DOM, string source, parse", vorn_dom_string_parse, true},
-    {"vornxml_dom_string_free", "vornxml DOM, string source, parse + free", vorn_dom_string_free, false},
-    {"vornxml_dom_file_free", "vornxml DOM, file source, parse + free", vorn_dom_file, true},
-    {"expat", "expat, counting callbacks", expat_sax, false},
-    {"libxml2_sax2", "libxml2 SAX2, counting callbacks", libxml2_sax2, false},
-    {"libxml2_dom", "libxml2 DOM, parse", libxml2_dom_parse, true},
-    {"libxml2_dom_free", "libxml2 DOM, parse + free", libxml2_dom_free, false},
-    {"pugixml", "pugixml, parse + free", pugixml_dom, true},
-    {"tinyxml2", "tinyxml2, parse + free", tinyxml2_dom, true},
-    {"floor", "one virtual get_next_char() per byte, letters appended", floor_string, false},
+    {"vornxml_sax_string", false, make<VORN_RUN<false, false>>},
+    {"vornxml_sax_file", false, make<VORN_RUN<true, false>>},
+    {"vornxml_dom_string", true, make<VORN_RUN<false, true>>},
+    {"vornxml_dom_file", true, make<VORN_RUN<true, true>>},
+    {"expat", false, make<EXPAT_RUN>},
+    {"libxml2_sax2", false, make<LIBXML2_SAX2_RUN>},
+    {"libxml2_dom", true, make<TREE_RUN<LIBXML2_DOC, load_libxml2, count_libxml2_doc>>},
+    {"pugixml", true, make<TREE_RUN<pugi::xml_document, load_pugixml, count_pugixml_doc>>},
+    {"tinyxml2", true, make<TREE_RUN<tinyxml2::XMLDocument, load_tinyxml2, count_tinyxml2_doc>>},
 };
 const std::size_t target_count = sizeof targets / sizeof targets[0];
 
@@ -370,22 +237,6 @@ const TARGET* find_target(const std::string& name)
             return &t;
     }
     return nullptr;
-}
-
-void release_kept()
-{
-    if (kept) {
-        std::function<void()> free_it = std::move(kept);
-        kept = nullptr;
-        free_it();
-    }
-}
-
-void keep_freed_memory()
-{
-    mallopt(M_MMAP_MAX, 0);
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    mallopt(M_TOP_PAD, 64 << 20);
 }
 
 }  // namespace vorn_bench
