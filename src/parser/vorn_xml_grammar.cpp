@@ -1,4 +1,6 @@
 // The declaration, attributes, tags and element content.
+#include <new>
+#include <type_traits>
 #include <typeinfo>
 #include <vector>
 
@@ -19,21 +21,31 @@ namespace {
 // had at least as many pairs of no shorter text.
 class SPARE_ENTRIES {
 public:
+    using MAP = VORN_XML_ATTRIB_LIST::MAP;
+    using NODE = MAP::node_type;
+
     // Takes up to `size` entries out of `map` and frees the rest; `map` is
     // left empty.
-    explicit SPARE_ENTRIES(VORN_XML_ATTRIB_LIST::MAP& map)
+    explicit SPARE_ENTRIES(MAP& map)
     {
         while (!map.empty() && count < size)
-            entries[count++] = map.extract(map.begin());
+            new (&entries[count++]) NODE(map.extract(map.begin()));
         map.clear();
     }
+    ~SPARE_ENTRIES()
+    {
+        while (count > 0)
+            entry(--count).~NODE();
+    }
+    SPARE_ENTRIES(const SPARE_ENTRIES&) = delete;
+    SPARE_ENTRIES& operator=(const SPARE_ENTRIES&) = delete;
 
     // Gives `name` the value `value` in `list` as set_attrib() does, filling
     // a spare entry when the name is new.
     void set(VORN_XML_ATTRIB_LIST& list, const std::string& name, const std::string& value)
     {
-        VORN_XML_ATTRIB_LIST::MAP& map = list.attrib_map;
-        const VORN_XML_ATTRIB_LIST::MAP::iterator at = map.lower_bound(name);
+        MAP& map = list.attrib_map;
+        const MAP::iterator at = map.lower_bound(name);
         if (at != map.end() && !map.key_comp()(name, at->first)) {
             at->second = value;
             return;
@@ -42,16 +54,18 @@ public:
             list.set_attrib(name, value);
             return;
         }
-        VORN_XML_ATTRIB_LIST::MAP::node_type& entry = entries[count - 1];
-        entry.key() = name;
-        entry.mapped() = value;
-        map.insert(at, std::move(entry));
-        --count;
+        NODE& spare = entry(count - 1);
+        spare.key() = name;
+        spare.mapped() = value;
+        map.insert(at, std::move(spare));
+        entry(--count).~NODE();
     }
 
 private:
     static constexpr int size = 16;
-    VORN_XML_ATTRIB_LIST::MAP::node_type entries[size];
+    NODE& entry(int i) { return *std::launder(reinterpret_cast<NODE*>(&entries[i])); }
+    // Raw room for the handles: only those in use are constructed.
+    std::aligned_storage_t<sizeof(NODE), alignof(NODE)> entries[size];
     int count = 0;
 };
 
