@@ -37,20 +37,21 @@ VORN_XML_ELEMENT::~VORN_XML_ELEMENT()
     if (list == nullptr)
         return;
     list->cursor = list->count > 0 ? 0 : -1;
-    list->next_pending = pending_lists;
-    const bool outermost = pending_lists == nullptr;
-    pending_lists = list;
+    VORN_OBJ_LIST*& stack = pending_lists;  // one look-up of the thread's variable
+    list->next_pending = stack;
+    const bool outermost = stack == nullptr;
+    stack = list;
     if (!outermost)
         return;
-    while (VORN_OBJ_LIST* top = pending_lists) {
+    while (VORN_OBJ_LIST* top = stack) {
         if (top->cursor < 0) {
-            pending_lists = top->next_pending;
+            stack = top->next_pending;
             delete top;
             continue;
         }
         VORN_OBJ* object = top->entries[top->cursor];
         top->cursor = top->cursor + 1 < top->count ? top->cursor + 1 : -1;
-        delete object;  // may push its own list onto pending_lists
+        delete object;  // may push its own list onto the stack
     }
 }
 
