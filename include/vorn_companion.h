@@ -129,6 +129,17 @@ public:
     // fewer than two entries.
     VORN_OBJ* get_object_before_last() const;
 
+    // Removes the first entry and returns its object (not deleted).  A
+    // cursor on that entry moves to the following one.  Null when empty.
+    // Linear in the number of entries.
+    VORN_OBJ* remove_first_object();
+
+    // Moves every entry of `other` in front of this list's first entry,
+    // keeping their order.  `other` is left empty with its cursor at the
+    // end; this list's cursor stays on the entry it was on.  On allocation
+    // failure both lists are left as they were.
+    void splice_front(VORN_OBJ_LIST& other);
+
     // The object of the entry at `index` (0 is the first), in constant time
     // and without moving the cursor; null when `index` is outside
     // 0 .. get_count() - 1.  Lets a walk over the entries run beside the

@@ -71,3 +71,41 @@ VORN_OBJ* VORN_OBJ_LIST::get_object_at(long index) const
 {
     return index >= 0 && index < count ? entries[index] : nullptr;
 }
+
+VORN_OBJ* VORN_OBJ_LIST::remove_first_object()
+{
+    if (count == 0)
+        return nullptr;
+    VORN_OBJ* object = entries[0];
+    for (long i = 1; i < count; ++i)
+        entries[i - 1] = entries[i];
+    --count;
+    // The entries moved down by one: so does a cursor on any of them.  A
+    // cursor on the removed entry lands on the one that followed it.
+    if (cursor > 0)
+        --cursor;
+    else if (cursor == 0 && count == 0)
+        cursor = -1;
+    return object;
+}
+
+void VORN_OBJ_LIST::splice_front(VORN_OBJ_LIST& other)
+{
+    if (&other == this || other.count == 0)
+        return;
+    const long total = count + other.count;
+    auto** joined = new VORN_OBJ*[static_cast<unsigned long>(total > capacity ? total : capacity)];
+    for (long i = 0; i < other.count; ++i)
+        joined[i] = other.entries[i];
+    for (long i = 0; i < count; ++i)
+        joined[other.count + i] = entries[i];
+    delete[] entries;
+    entries = joined;
+    if (total > capacity)
+        capacity = total;
+    if (cursor >= 0)
+        cursor += other.count;
+    count = total;
+    other.count = 0;
+    other.cursor = -1;
+}

@@ -21,8 +21,9 @@ struct NAMED : VORN_OBJ {
 };
 
 // Runs a script on a new list: a letter appends that object ("0" appends
-// null), "r" rewinds, "n" logs get_next_object() and "x" remove_last_object()
-// ("-" for null).  Then logs "|", the count, and every entry by index.
+// null), "r" rewinds, "n" logs get_next_object(), "x" remove_last_object()
+// and "F" remove_first_object() ("-" for null); "S" splices g and h in front.  Then logs "|", the count, and every
+// entry by index.
 std::string run(const std::string& script)
 {
     static NAMED objects[] = {NAMED('a'), NAMED('b'), NAMED('c'), NAMED('d'), NAMED('e'),
@@ -35,7 +36,15 @@ std::string run(const std::string& script)
             list.rewind();
         else if (step == 'n' || step == 'x')
             log += name(step == 'n' ? list.get_next_object() : list.remove_last_object());
-        else
+        else if (step == 'F')
+            log += name(list.remove_first_object());
+        else if (step == 'S') {
+            VORN_OBJ_LIST front;
+            front.add_object(&objects[6]);
+            front.add_object(&objects[7]);
+            list.splice_front(front);
+            log += front.is_empty() && front.get_next_object() == nullptr ? "" : "!";
+        } else
             list.add_object(step == '0' ? nullptr : &objects[step - 'a']);
     }
     log += "|" + std::to_string(list.get_count()) + (list.is_empty() ? "E" : "") + name(list.get_last_object());
@@ -58,6 +67,10 @@ TEST(companion, obj_list_cursor_rules)
         {"a0brnnn", "a-b|3b-a-b-"},                          // null entries
         {"abcdefghixxrnnnnnnnn", "ihabcdefg-|7g-abcdefg-"},  // past a regrowth
         {"abxxxa", "ba-|1a-a-"},
+        {"abrFnF", "abb|0E---"},    // the cursor moves off a removed first entry
+        {"abcrnFn", "aab|2c-bc-"},  // and follows the entries down
+        {"abSxx", "ba|2h-gh-"},     // a splice links both ways: removals from the back
+        {"abrnSn", "ab|4b-ghab-"},  // the cursor stays on its entry
     };
     for (const auto& [script, expected] : cases)
         EXPECT_EQ(run(script), expected) << script;
