@@ -10,6 +10,8 @@
 //   vorn_xml_parser.h   the parser
 //   vorn_xml_position.h line and column of a failure
 //   vorn_xml_writer.h   writing a tree back as a document
+//   vorn_xml_walk.h     walking a tree without cursors; sub-elements by name
+//   vorn_xml_path.h     finding elements by path, in a tree or a stream
 #ifndef VORN_XML_H
 #define VORN_XML_H
 
@@ -23,8 +25,10 @@
 #include "vorn_xml_errors.h"
 #include "vorn_xml_input.h"
 #include "vorn_xml_parser.h"
+#include "vorn_xml_path.h"
 #include "vorn_xml_position.h"
 #include "vorn_xml_tree.h"
+#include "vorn_xml_walk.h"
 #include "vorn_xml_writer.h"
 
 #endif
