@@ -1,38 +1,12 @@
-// The command line: options, the help text.
+// The command line: options, the help text (help.txt) and the version.
 #include <cstdio>
 #include <iostream>
 
+#include "vornxml_help.h"
 #include "vornxml_tool.h"
 
 namespace vornxml_tool {
 namespace {
-
-const char usage_text[] = "usage: vornxml [--events | --format | --quiet] FILE...\n"
-                          "       vornxml --help\n"
-                          "\n"
-                          "Reads each FILE (- is standard input) as an XML document.  By default\n"
-                          "prints its element tree: one element a line, indented by depth, with its\n"
-                          "attributes as name=\"value\" and its text after a colon.  Control\n"
-                          "characters, quotes, backslashes and bytes from 0x80 up are shown as C\n"
-                          "escapes.\n"
-                          "\n"
-                          "  --events   print the events as they come instead (no tree is built):\n"
-                          "             start-document, start NAME ATTRIBUTES, chars \"TEXT\",\n"
-                          "             end NAME, end-document\n"
-                          "  --format   write the document back, indented, to standard output\n"
-                          "  --quiet    print nothing; only the exit status tells\n"
-                          "  --help     show this text\n"
-                          "\n"
-                          "A refused document prints each error message on standard error as\n"
-                          "FILE:LINE:COLUMN: message, all at the place where reading stopped (the\n"
-                          "start of the token at which the parser stopped; after a mismatched end\n"
-                          "tag, that end tag).  Lines and columns count from 1; a column counts\n"
-                          "bytes.  With several files, each tree or event list is headed by a line\n"
-                          "==> FILE <==.  Files over 64 MiB report their progress on standard error.\n"
-                          "\n"
-                          "Exit status, the worst over all files: 0 every document was read; 1 a\n"
-                          "document was refused (or could not be written back); 2 a file could not\n"
-                          "be read or the command line was wrong.\n";
 
 // The modes, by option.  Short names may be null.
 const struct {
@@ -81,7 +55,11 @@ int read_command_line(int argc, char** argv, COMMAND& command)
             continue;
         }
         if (arg == "--help" || arg == "-h") {
-            std::fputs(usage_text, stdout);
+            std::fputs(help_text, stdout);
+            return 0;
+        }
+        if (arg == "--version") {
+            std::fputs(version_text, stdout);
             return 0;
         }
         std::unique_ptr<DOCUMENT_MODE> (*chosen)() = nullptr;

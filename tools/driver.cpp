@@ -1,13 +1,10 @@
 // One file through the parser: open it, read it with the chosen mode, and
 // report a refusal as FILE:LINE:COLUMN: message.
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
-#include <iterator>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,31 +15,14 @@ namespace {
 
 constexpr uint64_t progress_step = uint64_t{64} << 20;
 
-// Checks that `path` names a readable regular file; on failure says why.
-bool check_readable(const std::string& path, std::string& why)
-{
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        why = std::strerror(errno);
-        return false;
-    }
-    struct stat info {};
-    const bool is_dir = ::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode);
-    ::close(fd);
-    if (is_dir) {
-        why = "is a directory";
-        return false;
-    }
-    return true;
-}
-
 // A counting source that tells, on standard error, how far it has got
-// through a large input.
+// through a large input: every 64 MiB once it is past that, out of `size`
+// bytes when the size is known (not 0).
 class PROGRESS_SOURCE : public VORN_XML_COUNTING_INPUT_SOURCE {
 public:
-    PROGRESS_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source, const std::string& name, uint64_t size, bool silent)
+    PROGRESS_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source, const std::string& name, uint64_t size)
         : VORN_XML_COUNTING_INPUT_SOURCE(source), label(name), total(size),
-          next_report(silent || size <= progress_step ? UINT64_MAX : progress_step)
+          next_report(size != 0 && size <= progress_step ? UINT64_MAX : progress_step)
     {
     }
 
@@ -50,9 +30,11 @@ public:
     {
         const int c = VORN_XML_COUNTING_INPUT_SOURCE::get_next_char();
         if (next.offset >= next_report) {
-            std::fprintf(stderr, "vornxml: %s: %llu of %llu MiB read\n", label.c_str(),
-                         static_cast<unsigned long long>(next.offset >> 20),
-                         static_cast<unsigned long long>(total >> 20));
+            std::string of;
+            if (total != 0)
+                of = " of " + std::to_string(total >> 20);
+            std::fprintf(stderr, "vornxml: %s: %llu%s MiB read\n", label.c_str(),
+                         static_cast<unsigned long long>(next.offset >> 20), of.c_str());
             next_report += progress_step;
         }
         return c;
@@ -83,42 +65,40 @@ int read_document(const std::string& path, std::unique_ptr<DOCUMENT_MODE> (*make
 {
     const std::unique_ptr<DOCUMENT_MODE> mode = make_mode();
     const bool quiet = mode->silent();
-    const std::string label = path == "-" ? "<stdin>" : path;
-    std::string why;
-    if (path != "-" && !check_readable(path, why)) {
+    const bool from_stdin = path == "-";
+    const std::string label = from_stdin ? "<stdin>" : path;
+    // Every mode streams the input: the trees are all the memory it takes.
+    VORN_XML_STREAM_INPUT_SOURCE input =
+        from_stdin ? VORN_XML_STREAM_INPUT_SOURCE(STDIN_FILENO, false) : VORN_XML_STREAM_INPUT_SOURCE(path);
+    struct stat info {};
+    const bool known = input.is_open && ::fstat(input.fd, &info) == 0;
+    const auto cannot_read = [&](const char* why) {
         if (!quiet)
             std::cerr << "vornxml: cannot read " << path << ": " << why << '\n';
         return 2;
-    }
+    };
+    if (!input.is_open)
+        return cannot_read(std::strerror(input.get_error()));
+    if (known && S_ISDIR(info.st_mode))
+        return cannot_read("is a directory");
     if (several && mode->headed())
         std::printf("==> %s <==\n", label.c_str());
 
     VORN_XML_SAX_PARSER parser;
     parser.set_tree_handler(&mode->handler());
     parser.enable_DOM_mode(mode->builds_tree());
-    bool ok = false;
-    auto run = [&](VORN_XML_SAX_INPUT_SOURCE& inner, uint64_t size) {
-        PROGRESS_SOURCE source(inner, label, size, quiet);
-        ok = parser.parse(&source);
-        if (!ok && !quiet)
-            report_errors(label, parser, source);
-    };
-    if (path == "-") {
-        std::string text(std::istreambuf_iterator<char>(std::cin), {});
-        const uint64_t size = text.size();
-        VORN_XML_STRING_INPUT_SOURCE inner(std::move(text));
-        run(inner, size);
+    bool ok;
+    if (quiet) {
+        // Nothing to report: the parser reads the source's buffer directly.
+        ok = parser.parse(&input);
     } else {
-        struct stat info {};
-        const uint64_t size = ::stat(path.c_str(), &info) == 0 ? static_cast<uint64_t>(info.st_size) : 0;
-        VORN_XML_FILE_INPUT_SOURCE inner(path);
-        if (!inner.is_open) {
-            if (!quiet)
-                std::cerr << "vornxml: cannot open " << path << '\n';
-            return 2;
-        }
-        run(inner, size);
+        PROGRESS_SOURCE source(input, label, known && S_ISREG(info.st_mode) ? static_cast<uint64_t>(info.st_size) : 0);
+        ok = parser.parse(&source);
+        if (!ok)
+            report_errors(label, parser, source);
     }
+    if (input.get_error() != 0)
+        return cannot_read(std::strerror(input.get_error()));
     return ok ? mode->finish(label) : 1;
 }
 

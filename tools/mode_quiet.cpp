@@ -1,5 +1,5 @@
 // --quiet: the document is read and nothing is printed; the exit status
-// alone tells whether it was accepted.
+// alone tells whether it was accepted.  No tree is built.
 #include "vornxml_tool.h"
 
 namespace vornxml_tool {
@@ -8,7 +8,7 @@ namespace {
 class QUIET_MODE : public DOCUMENT_MODE {
 public:
     VORN_XML_SAX_TREE_HANDLER& handler() override { return plain; }
-    bool builds_tree() const override { return true; }
+    bool builds_tree() const override { return false; }
     bool silent() const override { return true; }
     bool headed() const override { return false; }
 
