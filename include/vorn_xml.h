@@ -3,6 +3,7 @@
 // The one header a host includes.  It brings in:
 //   vorn_companion.h    VORN_FILE, VORN_OBJ, VORN_OBJ_LIST, string helpers
 //   vorn_xml_input.h    input sources and vorn_xml_buffer
+//   vorn_xml_stream.h   the streaming source: any size, constant memory
 //   vorn_xml_errors.h   the message collector
 //   vorn_xml_attrib.h   attribute lists
 //   vorn_xml_element.h  the element tree
@@ -27,6 +28,7 @@
 #include "vorn_xml_parser.h"
 #include "vorn_xml_path.h"
 #include "vorn_xml_position.h"
+#include "vorn_xml_stream.h"
 #include "vorn_xml_tree.h"
 #include "vorn_xml_walk.h"
 #include "vorn_xml_writer.h"

@@ -63,6 +63,11 @@ TEST(tool, exact_runs)
         {"--format -", std::string(decl) + "<a>\" x\"</a>", 1, "",
          "<stdin>: cannot write element \"a\" at /: its text begins with white space, which a reader drops\n"},
         {"--quiet " + quoted(catalog), "", 0, "", ""},
+        {"--quiet -", std::string(decl) + "<a>\xFF</a>", 1, "", ""},  // 0xFF ends the input
+        {"--version", "", 0,
+         "vornxml " + std::to_string(VORN_XML_VERSION_MAJOR) + "." + std::to_string(VORN_XML_VERSION_MINOR) + "." +
+             std::to_string(VORN_XML_VERSION_PATCH) + "\n",
+         ""},
         {"--quiet " + quoted(broken), "", 1, "", ""},
         {"--quiet /nonexistent", "", 2, "", ""},
         {"/nonexistent.xml", "", 2, "", "vornxml: cannot read /nonexistent.xml: No such file or directory\n"},
@@ -97,7 +102,8 @@ TEST(tool, prints_formats_and_explains)
     EXPECT_EQ(tool("-", formatted.out).out, run.out);
     const RUN help = tool("--help");
     EXPECT_EQ(help.status, 0);
-    for (const char* word : {"--events", "--format", "--quiet", "FILE:LINE:COLUMN", "64 MiB", "Exit status"})
+    for (const char* word :
+         {"--events", "--format", "--quiet", "--version", "FILE:LINE:COLUMN", "64 MiB", "Exit status"})
         EXPECT_NE(help.out.find(word), std::string::npos) << word;
 }
 
