@@ -38,14 +38,48 @@ std::string exclusion_message()
     return names + " exclude each other";
 }
 
+// Makes --select's mode from its PATH, --count and the mode option given
+// (null: none).
+int read_select(const std::string& text, bool count, std::unique_ptr<DOCUMENT_MODE> (*mode_given)(), COMMAND& command)
+{
+    if (mode_given != nullptr && mode_given != make_format_mode)
+        return usage_error("--select goes with --format or --count only");
+    if (count && mode_given != nullptr)
+        return usage_error("--format and --count exclude each other");
+    auto path = std::make_shared<VORN_XML_PATH>();
+    if (!path->compile(text)) {
+        std::cerr << "vornxml: bad path " << quoted(text) << ": " << path->get_error_message() << '\n';
+        return 2;
+    }
+    const SELECT_OUTPUT output = count                            ? SELECT_OUTPUT::COUNT
+                                 : mode_given == make_format_mode ? SELECT_OUTPUT::FORMAT
+                                                                  : SELECT_OUTPUT::TREE;
+    command.make_mode = [path, output] { return make_select_mode(path, output); };
+    return -1;
+}
+
 }  // namespace
 
 int read_command_line(int argc, char** argv, COMMAND& command)
 {
-    bool mode_given = false;
+    std::unique_ptr<DOCUMENT_MODE> (*mode_given)() = nullptr;
+    bool select_given = false;
+    std::string select;
+    bool count = false;
     bool options_done = false;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
+        if (!options_done && arg == "--select") {
+            if (i + 1 == argc)
+                return usage_error("--select needs a PATH");
+            select = argv[++i];
+            select_given = true;
+            continue;
+        }
+        if (!options_done && arg == "--count") {
+            count = true;
+            continue;
+        }
         if (options_done || arg == "-" || arg.empty() || arg[0] != '-') {
             command.files.push_back(arg);
             continue;
@@ -68,14 +102,16 @@ int read_command_line(int argc, char** argv, COMMAND& command)
                 chosen = mode.make;
         if (chosen == nullptr)
             return usage_error("unknown option " + arg);
-        if (mode_given && chosen != command.make_mode)
+        if (mode_given != nullptr && chosen != mode_given)
             return usage_error(exclusion_message());
         command.make_mode = chosen;
-        mode_given = true;
+        mode_given = chosen;
     }
     if (command.files.empty())
         return usage_error("expected at least one FILE (or - for standard input)");
-    return -1;
+    if (!select_given)
+        return count ? usage_error("--count goes with --select") : -1;
+    return read_select(select, count, mode_given, command);
 }
 
 }  // namespace vornxml_tool

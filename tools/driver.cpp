@@ -61,7 +61,7 @@ void report_errors(const std::string& label, VORN_XML_SAX_PARSER& parser, const 
 
 }  // namespace
 
-int read_document(const std::string& path, std::unique_ptr<DOCUMENT_MODE> (*make_mode)(), bool several)
+int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several)
 {
     const std::unique_ptr<DOCUMENT_MODE> mode = make_mode();
     const bool quiet = mode->silent();

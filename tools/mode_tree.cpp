@@ -43,26 +43,17 @@ void print_element(std::string& line, VORN_XML_ELEMENT* element, std::size_t dep
     std::fwrite(line.data(), 1, line.size(), stdout);
 }
 
-// Prints the tree depth first without recursion.
+}  // namespace
+
 void print_tree(VORN_XML_ELEMENT* root)
 {
     std::string line;
-    std::vector<VORN_XML_ELEMENT*> open;
-    print_element(line, root, 0);
-    open.push_back(root);
-    VORN_XML_ELEMENT* next = root->get_first_sub_element();
-    while (!open.empty()) {
-        if (next == nullptr) {
-            open.pop_back();
-            if (!open.empty())
-                next = open.back()->get_next_sub_element();
-            continue;
-        }
-        print_element(line, next, open.size());
-        open.push_back(next);
-        next = next->get_first_sub_element();
-    }
+    for (VORN_XML_TREE_WALK walk(root); walk.next();)
+        if (walk.is_entering())
+            print_element(line, walk.get_element(), walk.get_depth());
 }
+
+namespace {
 
 class TREE_MODE : public DOCUMENT_MODE {
 public:

@@ -8,12 +8,14 @@
 //   mode_events.cpp        --events: print events as they come
 //   mode_format.cpp        --format: write the document back, indented
 //   mode_quiet.cpp         --quiet: the exit status alone
+//   mode_select.cpp        --select PATH: the elements a path selects
 //
 // A mode is a DOCUMENT_MODE made afresh for each file; a new mode is one
 // file of its own plus one row in the table of command_line.cpp.
 #ifndef VORNXML_TOOL_H
 #define VORNXML_TOOL_H
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -66,9 +68,20 @@ std::unique_ptr<DOCUMENT_MODE> make_events_mode();
 std::unique_ptr<DOCUMENT_MODE> make_format_mode();
 std::unique_ptr<DOCUMENT_MODE> make_quiet_mode();
 
+// How --select shows what it found.
+enum class SELECT_OUTPUT { TREE, FORMAT, COUNT };
+
+// --select: the elements `path` selects, read from the document (a relative
+// path as if it began with "/"), shown as `output` says.  The path must be
+// valid.
+std::unique_ptr<DOCUMENT_MODE> make_select_mode(std::shared_ptr<const VORN_XML_PATH> path, SELECT_OUTPUT output);
+
+// Makes the mode for one file.
+using MODE_MAKER = std::function<std::unique_ptr<DOCUMENT_MODE>()>;
+
 // What the command line asked for.
 struct COMMAND {
-    std::unique_ptr<DOCUMENT_MODE> (*make_mode)() = make_tree_mode;
+    MODE_MAKER make_mode = make_tree_mode;
     std::vector<std::string> files;
 };
 
@@ -81,6 +94,10 @@ int read_command_line(int argc, char** argv, COMMAND& command);
 // characters and bytes from 0x7F up written as C escapes.
 std::string quoted(const std::string& text);
 
+// Prints the tree under `root` as the default mode does: one element a
+// line, indented by its depth below `root`.
+void print_tree(VORN_XML_ELEMENT* root);
+
 // Writes `line` and a line feed to standard output.
 void put_line(std::string line);
 
@@ -88,7 +105,7 @@ void put_line(std::string line);
 // `make_mode` and reports on it; `several` heads the output with the file
 // name.  Returns the exit status for this file: 0 read, 1 refused or not
 // printable, 2 unreadable.
-int read_document(const std::string& path, std::unique_ptr<DOCUMENT_MODE> (*make_mode)(), bool several);
+int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several);
 
 }  // namespace vornxml_tool
 
