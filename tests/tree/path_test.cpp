@@ -36,8 +36,22 @@ std::unique_ptr<VORN_XML_ELEMENT> parse_tree(const std::string& document)
     return std::unique_ptr<VORN_XML_ELEMENT>(parser.get_tree_handler()->take_root_element());
 }
 
-// Keeps a description of each match as it is handed over: its label, and
-// its whole subtree when `trees` is set.
+// An element's label, or its whole subtree when `tree` is set.
+std::string describe(VORN_XML_ELEMENT* element, bool tree)
+{
+    return tree ? vorn_test::dump_tree(element) : label(element);
+}
+
+std::vector<std::string> described(const std::vector<VORN_XML_ELEMENT*>& elements, bool trees)
+{
+    std::vector<std::string> out;
+    out.reserve(elements.size());
+    for (VORN_XML_ELEMENT* element : elements)
+        out.push_back(describe(element, trees));
+    return out;
+}
+
+// Keeps a description of each match as it is handed over.
 class COLLECTOR : public VORN_XML_PATH_HANDLER {
 public:
     using VORN_XML_PATH_HANDLER::VORN_XML_PATH_HANDLER;
@@ -46,7 +60,7 @@ public:
     void process_match(VORN_XML_ELEMENT* match, bool nested) override
     {
         (void)nested;
-        found.push_back(trees ? vorn_test::dump_tree(match) : label(match));
+        found.push_back(describe(match, trees));
     }
 };
 
@@ -107,11 +121,7 @@ TEST(path, selects_in_document_order)
         EXPECT_EQ(path.find_first(root.get()), found.empty() ? nullptr : found[0]);
         // Read from the document, relative paths start at the document.
         if (row.path[0] == '/' && path.get_streaming_problem().empty()) {
-            std::vector<std::string> streamed = stream(library, path, false);
-            std::vector<std::string> expected;
-            for (VORN_XML_ELEMENT* element : found)
-                expected.push_back(label(element));
-            EXPECT_EQ(streamed, expected);
+            EXPECT_EQ(stream(library, path, false), described(found, false));
         }
     }
     EXPECT_NE(VORN_XML_PATH("//a[text()='x']").get_streaming_problem(), "");
@@ -261,10 +271,7 @@ TEST(path, stream_and_tree_agree)
             ASSERT_TRUE(path.is_valid());
             std::vector<VORN_XML_ELEMENT*> found;
             path.find_all(root.get(), found);
-            std::vector<std::string> expected;
-            for (VORN_XML_ELEMENT* element : found)
-                expected.push_back(vorn_test::dump_tree(element));
-            EXPECT_EQ(stream(document, path, true), expected);
+            EXPECT_EQ(stream(document, path, true), described(found, true));
         }
     }
 }
