@@ -146,6 +146,10 @@ public:
     long get_visit_count() const { return visits; }
 
 private:
+    // Walks the tree of `context`: returns the first match when `found` is
+    // null, else appends every match to it and returns null.
+    VORN_XML_ELEMENT* run(VORN_XML_ELEMENT* context, std::vector<VORN_XML_ELEMENT*>* found);
+
     const VORN_XML_PATH& path;
     std::size_t words;                // bitset words per level
     std::vector<std::uint64_t> bits;  // per level: reached (words), then reached at or above (words)

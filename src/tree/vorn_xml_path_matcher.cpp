@@ -126,7 +126,7 @@ bool VORN_XML_PATH_MATCHER::is_dead_end() const
     return true;
 }
 
-VORN_XML_ELEMENT* VORN_XML_PATH_MATCHER::find_first(VORN_XML_ELEMENT* context)
+VORN_XML_ELEMENT* VORN_XML_PATH_MATCHER::run(VORN_XML_ELEMENT* context, std::vector<VORN_XML_ELEMENT*>* found)
 {
     start(true);
     for (VORN_XML_TREE_WALK walk(context); walk.next();) {
@@ -135,30 +135,27 @@ VORN_XML_ELEMENT* VORN_XML_PATH_MATCHER::find_first(VORN_XML_ELEMENT* context)
             leave();
             continue;
         }
-        if (enter(element->element_name, element->attrib_list, &element->element_data))
-            return element;
+        if (enter(element->element_name, element->attrib_list, &element->element_data)) {
+            if (found == nullptr)
+                return element;
+            found->push_back(element);
+        }
         if (is_dead_end())
             walk.skip_sub_elements();
     }
     return nullptr;
 }
 
+VORN_XML_ELEMENT* VORN_XML_PATH_MATCHER::find_first(VORN_XML_ELEMENT* context)
+{
+    return run(context, nullptr);
+}
+
 void VORN_XML_PATH_MATCHER::find_all(VORN_XML_ELEMENT* context, std::vector<VORN_XML_ELEMENT*>& found)
 {
     const std::size_t before = found.size();
     try {
-        start(true);
-        for (VORN_XML_TREE_WALK walk(context); walk.next();) {
-            VORN_XML_ELEMENT* element = walk.get_element();
-            if (!walk.is_entering()) {
-                leave();
-                continue;
-            }
-            if (enter(element->element_name, element->attrib_list, &element->element_data))
-                found.push_back(element);
-            if (is_dead_end())
-                walk.skip_sub_elements();
-        }
+        run(context, &found);
     } catch (...) {
         found.resize(before);
         throw;
