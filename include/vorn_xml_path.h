@@ -177,7 +177,9 @@ private:
 // ---------------------------------------------------------------------------
 class VORN_XML_PATH_HANDLER : public VORN_XML_SAX_TREE_HANDLER {
 public:
-    explicit VORN_XML_PATH_HANDLER(const VORN_XML_PATH& path);
+    // With `build_matches` false the matches are only counted: nothing is
+    // built and process_match() is never called.
+    explicit VORN_XML_PATH_HANDLER(const VORN_XML_PATH& path, bool build_matches = true);
     VORN_XML_PATH_HANDLER(const VORN_XML_PATH_HANDLER&) = delete;
     VORN_XML_PATH_HANDLER& operator=(const VORN_XML_PATH_HANDLER&) = delete;
     // Deletes a match under construction and any tree not taken.
@@ -209,7 +211,8 @@ public:
 
 private:
     VORN_XML_PATH_MATCHER matcher;
-    bool usable;
+    bool usable;                                    // the path can be followed while reading
+    bool building;                                  // matches are built and handed over
     std::size_t depth = 0;                          // open elements
     std::size_t dead_from = 0;                      // depth below which nothing can match; 0: none
     std::size_t match_depth = 0;                    // depth of the outermost open match; 0: none

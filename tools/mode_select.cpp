@@ -33,10 +33,11 @@ public:
         }
     }
 
-    int finish(const std::string& label) const
+    // Ends the document's output; `matches` is how many were found.
+    int finish(const std::string& label, long matches) const
     {
         if (output == SELECT_OUTPUT::COUNT)
-            std::printf("%ld\n", count);
+            std::printf("%ld\n", matches);
         std::fflush(stdout);
         if (problem.empty())
             return 0;
@@ -49,12 +50,15 @@ private:
     VORN_XML_WRITER writer;
     std::string text;
     std::string problem;  // the first match that could not be written back
-    long count = 0;
+    long count = 0;       // matches shown
 };
 
 class STREAMING_HANDLER : public VORN_XML_PATH_HANDLER {
 public:
-    STREAMING_HANDLER(const VORN_XML_PATH& path, PRINTER& printer) : VORN_XML_PATH_HANDLER(path), printer(printer) {}
+    STREAMING_HANDLER(const VORN_XML_PATH& path, PRINTER& printer, bool build)
+        : VORN_XML_PATH_HANDLER(path, build), printer(printer)
+    {
+    }
     void process_match(VORN_XML_ELEMENT* match, bool nested) override
     {
         (void)nested;
@@ -69,7 +73,7 @@ class SELECT_MODE : public DOCUMENT_MODE {
 public:
     SELECT_MODE(std::shared_ptr<const VORN_XML_PATH> path, SELECT_OUTPUT output)
         : path(std::move(path)), printer(output), streaming(this->path->get_streaming_problem().empty()),
-          stream(*this->path, printer)
+          stream(*this->path, printer, output != SELECT_OUTPUT::COUNT)
     {
     }
     VORN_XML_SAX_TREE_HANDLER& handler() override
@@ -86,7 +90,7 @@ public:
             path->find_all(root.get(), found);
         for (VORN_XML_ELEMENT* match : found)
             printer.show(match);
-        return printer.finish(label);
+        return printer.finish(label, streaming ? stream.get_match_count() : static_cast<long>(found.size()));
     }
 
 private:

@@ -1,7 +1,7 @@
 #include "vorn_xml_path.h"
 
-VORN_XML_PATH_HANDLER::VORN_XML_PATH_HANDLER(const VORN_XML_PATH& path)
-    : matcher(path), usable(path.get_streaming_problem().empty())
+VORN_XML_PATH_HANDLER::VORN_XML_PATH_HANDLER(const VORN_XML_PATH& path, bool build_matches)
+    : matcher(path), usable(path.get_streaming_problem().empty()), building(build_matches)
 {
     DOM_mode = false;
     matcher.start(false);
@@ -41,6 +41,10 @@ void VORN_XML_PATH_HANDLER::process_start_element(const std::string& name, VORN_
         hit = matcher.enter(name, attributes, nullptr);
         if (matcher.is_dead_end())
             dead_from = depth;
+    }
+    if (hit && !building) {
+        ++matches;
+        hit = false;
     }
     const bool outermost = hit && match_depth == 0;
     if (outermost) {

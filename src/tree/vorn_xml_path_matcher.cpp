@@ -70,15 +70,18 @@ bool VORN_XML_PATH_MATCHER::enter(const std::string& name, const VORN_XML_ATTRIB
     ++visits;
     const std::size_t level = 2 * words;
     const auto n_counters = static_cast<std::size_t>(path.counters);
-    bits.resize((depth + 1) * level);
-    counts.resize((depth + 1) * n_counters);
+    if (bits.size() < (depth + 1) * level) {
+        bits.resize((depth + 1) * level);
+        counts.resize((depth + 1) * n_counters);
+    }
     std::uint64_t* reached = bits.data() + depth * level;
     std::uint64_t* above = reached + words;
-    std::fill(reached, reached + level, 0);
-    std::fill(counts.begin() + static_cast<long>(depth * n_counters), counts.end(), 0);
+    std::fill(reached, reached + words, 0);
+    std::fill(counts.data() + depth * n_counters, counts.data() + (depth + 1) * n_counters, 0);
     ++depth;
     if (context_given) {
         context_given = false;
+        std::fill(above, above + words, 0);
         set_bit(reached, 0);
         set_bit(above, 0);
         return false;
