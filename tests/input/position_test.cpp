@@ -10,16 +10,18 @@
 namespace {
 
 // Runs `check(counting source)` over `doc` through the string, file and byte
-// sources in turn.
-template <typename CHECK> void each_source(const std::string& doc, CHECK check)
+// sources in turn; the counting source copies their text if `copy_text`.
+template <typename CHECK> void each_source(const std::string& doc, CHECK check, bool copy_text = false)
 {
     vorn_test::TEMP_DIR dir;
     VORN_XML_STRING_INPUT_SOURCE text(doc);
     VORN_XML_FILE_INPUT_SOURCE file(dir.write("doc.xml", doc));
+    VORN_XML_STREAM_INPUT_SOURCE stream(dir.path + "/doc.xml");
     vorn_test::BYTE_SOURCE bytes(doc);
-    for (VORN_XML_SAX_INPUT_SOURCE* inner : std::initializer_list<VORN_XML_SAX_INPUT_SOURCE*>{&text, &file, &bytes}) {
-        SCOPED_TRACE(inner == &text ? "string" : inner == &file ? "file" : "bytes");
-        VORN_XML_COUNTING_INPUT_SOURCE source(*inner);
+    for (VORN_XML_SAX_INPUT_SOURCE* inner :
+         std::initializer_list<VORN_XML_SAX_INPUT_SOURCE*>{&text, &file, &stream, &bytes}) {
+        SCOPED_TRACE(inner == &text ? "string" : inner == &file ? "file" : inner == &stream ? "stream" : "bytes");
+        VORN_XML_COUNTING_INPUT_SOURCE source(*inner, copy_text);
         check(source);
     }
 }
@@ -64,16 +66,21 @@ TEST(position, failure_points_at_the_start_of_the_failing_token)
 TEST(position, wrapper_passes_the_document_and_its_text_through)
 {
     const std::string doc = "<?xml version=\"1.0\"?>\n<a x=\"1\">\n<b>t &amp; u</b>\n</a>\n";
-    each_source(doc, [&](VORN_XML_COUNTING_INPUT_SOURCE& source) {
-        vorn_test::RECORDING_HANDLER handler;
-        VORN_XML_SAX_PARSER parser;
-        parser.set_tree_handler(&handler);
-        ASSERT_TRUE(source.is_open && parser.parse(&source));
-        EXPECT_EQ(vorn_test::dump_tree(handler.get_root_element()), "a{x=1}[b(\"t & u\")]");
-        EXPECT_EQ(handler.end_document_text, doc);
-        const VORN_XML_POSITION end = source.get_reading_position();
-        EXPECT_EQ(std::make_tuple(end.line, end.column, end.offset), std::make_tuple(5u, 1u, doc.size()));
-    });
+    for (const bool copy_text : {false, true}) {
+        each_source(
+            doc,
+            [&](VORN_XML_COUNTING_INPUT_SOURCE& source) {
+                vorn_test::RECORDING_HANDLER handler;
+                VORN_XML_SAX_PARSER parser;
+                parser.set_tree_handler(&handler);
+                ASSERT_TRUE(source.is_open && parser.parse(&source));
+                EXPECT_EQ(vorn_test::dump_tree(handler.get_root_element()), "a{x=1}[b(\"t & u\")]");
+                EXPECT_EQ(handler.end_document_text, copy_text ? source.inner->xml_text : "");
+                const VORN_XML_POSITION end = source.get_reading_position();
+                EXPECT_EQ(std::make_tuple(end.line, end.column, end.offset), std::make_tuple(5u, 1u, doc.size()));
+            },
+            copy_text);
+    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Whole documents through the string, file and byte-at-a-time sources: the
+// Whole documents through the string, file, streaming and byte-at-a-time sources: the
 // verdict, the messages in order and the events in order.
 #include <gtest/gtest.h>
 

@@ -1,7 +1,8 @@
 // Names, values and text runs of every length around the sizes at which the
 // reader changes gear: the 256-byte pieces in which long runs are gathered
-// and the 4095-byte chunks of the file source.  Every document goes through
-// the string, file and byte-at-a-time sources, which must agree.
+// the 4095-byte chunks of the file source and the 64 KiB chunks of the
+// streaming source.  Every document goes through the string, file, streaming
+// and byte-at-a-time sources, which must agree.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -13,7 +14,7 @@ using vorn_test::parse_all_ways;
 namespace {
 
 const std::string declaration = "<?xml version=\"1.0\"?>";
-const std::size_t lengths[] = {1, 15, 16, 254, 255, 256, 257, 511, 512, 4094, 4095, 4096, 9000};
+const std::size_t lengths[] = {1, 15, 16, 254, 255, 256, 257, 511, 512, 4094, 4095, 4096, 9000, 65535, 65536, 70000};
 
 // The text a file source hands to process_end_document after a successful
 // parse of `document`.

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <stdexcept>
 #include <utility>
 
@@ -120,11 +121,11 @@ OUTCOME parse_all_ways(const std::string& document)
     TEMP_DIR dir;
     VORN_XML_STRING_INPUT_SOURCE from_string(document);
     VORN_XML_FILE_INPUT_SOURCE from_file(dir.write("doc.xml", document));
+    VORN_XML_STREAM_INPUT_SOURCE from_stream(dir.path + "/doc.xml");
     BYTE_SOURCE from_bytes(document);
     OUTCOME first;
     for (VORN_XML_SAX_INPUT_SOURCE* source :
-         {static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&from_string), static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&from_file),
-          static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&from_bytes)}) {
+         std::initializer_list<VORN_XML_SAX_INPUT_SOURCE*>{&from_string, &from_file, &from_stream, &from_bytes}) {
         RECORDING_HANDLER handler;
         VORN_XML_SAX_PARSER parser;
         parser.set_tree_handler(&handler);
@@ -137,7 +138,10 @@ OUTCOME parse_all_ways(const std::string& document)
             first = out;
             continue;
         }
-        SCOPED_TRACE(source == &from_file ? "file source" : "byte source");
+        SCOPED_TRACE(source == &from_file ? "file source" : source == &from_stream ? "stream source" : "byte source");
+        if (source == &from_stream) {
+            EXPECT_EQ(handler.end_document_text, "");  // it keeps nothing
+        }
         EXPECT_EQ(std::tie(out.ok, out.errors, out.events, out.tree),
                   std::tie(first.ok, first.errors, first.events, first.tree));
     }

@@ -62,7 +62,7 @@ struct OUTCOME {
 };
 
 // Parses `document` with a fresh parser and a RECORDING_HANDLER through the
-// string, file and byte sources, checks that the outcomes agree, and returns
+// string, file, streaming and byte sources, checks that the outcomes agree, and returns
 // the string source's.
 OUTCOME parse_all_ways(const std::string& document);
 
