@@ -1,4 +1,5 @@
 // The tokenizer and the character data reader.
+#include "../input/vorn_xml_window.h"
 #include "vorn_xml_chars.h"
 #include "vorn_xml_parser.h"
 
@@ -24,44 +25,39 @@ bool equal_ignoring_case(const std::string& a, const std::string& b)
 
 constexpr char end_of_input = -1;
 
-// Long runs of characters are gathered in pieces of this size and appended
-// to the token a piece at a time, not one push_back each.
-constexpr std::size_t piece_size = 256;
-
-// Appends current_char and the characters after it to current_token while
-// `keep` holds for them, one get_next_char() each; the first character for
-// which it fails is left in current_char.  For names and numbers, which are
-// short: a character at a time.
-template <class KEEP> inline void take_short_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
+// Takes the run of characters after current_char for which `keep` holds,
+// appending them to `token` unless it is null, and returns the first
+// character for which it fails (delivered, so it is the new current_char).
+// `keep` must fail for end of input.  A source with a window has its runs
+// scanned in memory and consumed at once; the character that stops a run,
+// the first byte after a window and any other source's characters come
+// through get_next_char().
+template <class KEEP> inline char take_run(VORN_XML_SAX_INPUT_SOURCE* source, std::string* token, KEEP keep)
 {
-    VORN_XML_SAX_INPUT_SOURCE* const source = parser.input_source;
-    std::string& token = parser.current_token;
-    char c = parser.current_char;
-    do {
-        token.push_back(c);
-        c = static_cast<char>(source->get_next_char());
-    } while (keep(c));
-    parser.current_char = c;
+    VORN_XML_WINDOW window;
+    window.open(source);
+    for (;;) {
+        const char* p = window.next;
+        const char* const end = window.end;
+        while (p != end && keep(*p))
+            ++p;
+        if (p != window.next) {
+            if (token != nullptr)
+                token->append(window.next, p);
+            window.consume(p);
+        }
+        const char c = static_cast<char>(source->get_next_char());
+        if (!keep(c))
+            return c;
+        if (token != nullptr)
+            token->push_back(c);
+        window.refill();
+    }
 }
 
-// The same for runs that may be long (quoted strings), gathered in pieces
-// and appended a piece at a time.
-template <class KEEP> inline void take_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
+inline bool is_space(char c)
 {
-    VORN_XML_SAX_INPUT_SOURCE* const source = parser.input_source;
-    char piece[piece_size];
-    std::size_t length = 0;
-    char c = parser.current_char;
-    do {
-        piece[length++] = c;
-        c = static_cast<char>(source->get_next_char());
-        if (length == piece_size) {
-            parser.current_token.append(piece, length);
-            length = 0;
-        }
-    } while (keep(c));
-    parser.current_char = c;
-    parser.current_token.append(piece, length);
+    return class_of(c) == CLASS_SPACE;
 }
 
 }  // namespace
@@ -79,14 +75,8 @@ void VORN_XML_SAX_PARSER::next_token()
 {
     current_token.clear();
     for (;;) {
-        if (class_of(current_char) == CLASS_SPACE) {
-            VORN_XML_SAX_INPUT_SOURCE* const source = input_source;
-            char c;
-            do
-                c = static_cast<char>(source->get_next_char());
-            while (class_of(c) == CLASS_SPACE);
-            current_char = c;
-        }
+        if (is_space(current_char))
+            current_char = take_run(input_source, nullptr, is_space);
         if (current_char == end_of_input) {
             token_type = TOKEN_END_OF_INPUT;
             return;
@@ -115,7 +105,8 @@ void VORN_XML_SAX_PARSER::next_token()
             read_char();
             return;
         case CLASS_DIGIT:
-            take_short_run(*this, is_digit);
+            current_token.push_back(current_char);
+            current_char = take_run(input_source, &current_token, is_digit);
             token_type = TOKEN_NUMBER;
             return;
         case CLASS_SYMBOL:
@@ -124,7 +115,8 @@ void VORN_XML_SAX_PARSER::next_token()
             read_char();
             return;
         case CLASS_NAME_START:
-            take_short_run(*this, is_name_char);
+            current_token.push_back(current_char);
+            current_char = take_run(input_source, &current_token, is_name_char);
             token_type = TOKEN_IDENTIFIER;
             return;
         default:
@@ -140,8 +132,12 @@ void VORN_XML_SAX_PARSER::next_token()
 void VORN_XML_SAX_PARSER::read_quoted_string()
 {
     read_char();  // past the opening quote
-    if (current_char != '"' && current_char != end_of_input)
-        take_run(*this, [](char c) { return c != '"' && c != end_of_input; });
+    if (current_char != '"') {
+        // Taken before it is tested: an end of input right after the
+        // opening quote goes into the token once, as the byte 0xFF.
+        current_token.push_back(current_char);
+        current_char = take_run(input_source, &current_token, [](char c) { return c != '"' && c != end_of_input; });
+    }
     if (current_char == '"') {
         token_type = TOKEN_STRING;
         read_char();  // past the closing quote
@@ -157,24 +153,32 @@ void VORN_XML_SAX_PARSER::skip_comment()
     // hyphens of a well-formed comment) are not examined.
     read_char();
     read_char();
-    // Scan for "-->".  A character that breaks the chain is dropped and the
-    // scan starts over with a fresh read, so "--->" does not end a comment.
+    // Scan for "-->", `matched` counting its characters found so far.  A
+    // character that breaks the chain is dropped and the scan starts over
+    // with a fresh read, so "--->" does not end a comment.
+    const auto step = [](int matched, char c) {
+        if (matched == 2)
+            return c == '>' ? 3 : 0;
+        return c == '-' ? matched + 1 : 0;
+    };
+    int matched = 0;
+    VORN_XML_WINDOW window;
+    window.open(input_source);
     for (;;) {
-        read_char();
-        if (current_char == end_of_input)
-            return;
-        if (current_char != '-')
-            continue;
-        read_char();
-        if (current_char == end_of_input)
-            return;
-        if (current_char != '-')
-            continue;
-        read_char();
-        if (current_char == end_of_input)
-            return;
-        if (current_char == '>')
+        const char* p = window.next;
+        const char* const end = window.end;
+        while (p != end && *p != end_of_input && matched != 3)
+            matched = step(matched, *p++);
+        window.consume(p);
+        if (matched == 3)
             break;
+        read_char();
+        if (current_char == end_of_input)
+            return;
+        matched = step(matched, current_char);
+        if (matched == 3)
+            break;
+        window.refill();
     }
     read_char();  // past the ">"
 }
@@ -183,33 +187,36 @@ void VORN_XML_SAX_PARSER::gather_text(char stop)
 {
     current_token.clear();
     if (token_type != TOKEN_UNKNOWN && token_type != TOKEN_END_OF_INPUT) {
-        // Plain characters are gathered here in pieces; a reference or the
-        // end of input goes through get_xml_text(), one call each, as the
+        // Runs of plain characters are taken at once; a reference or the end
+        // of input goes through get_xml_text(), one call each, as the
         // character data reader takes them in.
         VORN_XML_SAX_INPUT_SOURCE* const source = input_source;
-        char piece[piece_size];
-        std::size_t length = 0;
+        VORN_XML_WINDOW window;
+        window.open(source);
         char c = current_char;
         while (c != stop) {
             if (c == '&' || c == end_of_input) {
-                current_token.append(piece, length);
-                length = 0;
                 current_char = c;
                 get_xml_text();
                 if (token_type == TOKEN_END_OF_INPUT)
                     break;
                 c = current_char;
+                window.refill();
                 continue;
             }
-            piece[length++] = c;
-            c = static_cast<char>(source->get_next_char());
-            if (length == piece_size) {
-                current_token.append(piece, length);
-                length = 0;
+            current_token.push_back(c);
+            const char* p = window.next;
+            const char* const end = window.end;
+            while (p != end && *p != stop && *p != '&' && *p != end_of_input)
+                ++p;
+            if (p != window.next) {
+                current_token.append(window.next, p);
+                window.consume(p);
             }
+            c = static_cast<char>(source->get_next_char());
+            window.refill();
         }
         current_char = c;
-        current_token.append(piece, length);
     }
     token_type = TOKEN_STRING;
 }
