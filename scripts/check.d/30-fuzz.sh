@@ -25,11 +25,12 @@ cmake -S . -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWith
 cmake --build build-fuzz -j "$VORNXML_JOBS" --target vornxml_parse_fuzzer vornxml_equivalence_fuzzer
 
 # New inputs go to a scratch folder; the committed seeds stay as they are.
-for target in parse:4096 equivalence:12000; do
+for target in parse:4096:100 equivalence:12000:0; do
     name=${target%%:*}
+    limits=${target#*:}
     mkdir -p "$probe/$name/corpus" "$probe/$name/artifacts"
     if ! "build-fuzz/fuzz/vornxml_${name}_fuzzer" -dict=fuzz/vornxml.dict -max_total_time="$seconds" \
-            -max_len="${target##*:}" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
+            -max_len="${limits%%:*}" -len_control="${limits#*:}" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
             -artifact_prefix="$probe/$name/artifacts/" "$probe/$name/corpus" fuzz/corpus > "$probe/log" 2>&1; then
         grep -v '^#' "$probe/log" | tail -60
         mkdir -p build-fuzz/artifacts && cp "$probe/$name"/artifacts/* build-fuzz/artifacts/ 2>/dev/null || true
