@@ -20,6 +20,8 @@
 
 #include <vorn_xml.h>
 
+#include "fuzz_text.h"
+
 namespace {
 
 struct STRING_ONE_BY_ONE : VORN_XML_STRING_INPUT_SOURCE {
@@ -41,15 +43,6 @@ std::string fields_of(const VORN_XML_SAX_INPUT_SOURCE* source)
     const auto* f = dynamic_cast<const VORN_XML_FILE_INPUT_SOURCE*>(source);
     return out + " pos=" + std::to_string(f->buffer_pos) + " count=" + std::to_string(f->buffer_count) +
            " last=" + std::to_string(f->last_char) + " buffer=" + std::string(vorn_xml_buffer, sizeof vorn_xml_buffer);
-}
-
-std::string attributes_text(const VORN_XML_ATTRIB_LIST* list)
-{
-    std::string text = "{";
-    if (list != nullptr)
-        for (const auto& pair : list->attrib_map)
-            text += pair.first + "=" + pair.second + ";";
-    return text + "}";
 }
 
 std::string tree_text(VORN_XML_ELEMENT* root)
