@@ -18,13 +18,13 @@
 // - The byte 0xFF, the end of the window and the end of input are never
 //   consumed in bulk: the parser delivers them through get_next_char(),
 //   which reads the next chunk, ends the input or does whatever else the
-//   source does there, and then calls refill() for the new window.
+//   source does there, and then looks at the window again (refill()).
 // - Only a source whose dynamic type is exactly one of the listed kinds has
 //   a window.  A class derived from one of them, and a host's own source, may
 //   deliver differently and is read one get_next_char() at a time.
 //
 // A new kind joins with a specialisation of VORN_XML_WINDOW_OF (two static
-// functions, below) and one line in VORN_XML_WINDOW::open().
+// functions, below) and one branch in vorn_xml_with_window().
 #ifndef VORN_XML_WINDOW_H
 #define VORN_XML_WINDOW_H
 
@@ -110,58 +110,80 @@ template <> struct VORN_XML_WINDOW_OF<VORN_XML_STREAM_INPUT_SOURCE> {
     }
 };
 
-// The window of the parser's source for the length of one run.  Cheap to
-// make: one type test, then a few loads per refill.
-class VORN_XML_WINDOW {
+// The window of a source of kind SOURCE, for the length of one token.  The
+// kind is known here, so nothing goes through a virtual call but the reads
+// that the contract leaves to get_next_char().
+template <class SOURCE> class VORN_XML_WINDOW {
 public:
     const char* next = nullptr;  // the next byte the source would deliver
     const char* end = nullptr;   // one past the last byte deliverable from memory
 
-    // Opens the window of `source`: true when its dynamic type is one of the
-    // kinds read in bulk; false, with an empty window that stays empty, for
-    // any other source.
-    bool open(VORN_XML_SAX_INPUT_SOURCE* source)
-    {
-        return join<VORN_XML_STRING_INPUT_SOURCE>(source) || join<VORN_XML_FILE_INPUT_SOURCE>(source) ||
-               join<VORN_XML_STREAM_INPUT_SOURCE>(source);
-    }
+    explicit VORN_XML_WINDOW(SOURCE& source) : source_(source) { refill(); }
 
     // Shows the window again after get_next_char() was called on the source.
-    void refill()
-    {
-        if (source_ != nullptr)
-            bytes_(*source_, next, end);
-    }
+    void refill() { VORN_XML_WINDOW_OF<SOURCE>::bytes(source_, next, end); }
 
     // Records that [next, to) was delivered (see the contract above); nothing
     // when to == next.
     void consume(const char* to)
     {
         if (to != next) {
-            consume_(*source_, to, static_cast<std::size_t>(to - next));
+            VORN_XML_WINDOW_OF<SOURCE>::consume(source_, to, static_cast<std::size_t>(to - next));
             next = to;
         }
     }
 
-private:
-    template <class SOURCE> bool join(VORN_XML_SAX_INPUT_SOURCE* source)
+    // Delivers one character, exactly as get_next_char() would: from the
+    // window when it holds one other than 0xFF, otherwise through the call.
+    char get()
     {
-        if (typeid(*source) != typeid(SOURCE))
-            return false;
-        source_ = source;
-        bytes_ = [](const VORN_XML_SAX_INPUT_SOURCE& s, const char*& n, const char*& e) {
-            VORN_XML_WINDOW_OF<SOURCE>::bytes(static_cast<const SOURCE&>(s), n, e);
-        };
-        consume_ = [](VORN_XML_SAX_INPUT_SOURCE& s, const char* to, std::size_t count) {
-            VORN_XML_WINDOW_OF<SOURCE>::consume(static_cast<SOURCE&>(s), to, count);
-        };
-        bytes_(*source_, next, end);
-        return true;
+        if (next != end && *next != static_cast<char>(-1)) {
+            const char c = *next;
+            consume(next + 1);
+            return c;
+        }
+        const char c = static_cast<char>(source_.SOURCE::get_next_char());
+        refill();
+        return c;
     }
 
-    VORN_XML_SAX_INPUT_SOURCE* source_ = nullptr;
-    void (*bytes_)(const VORN_XML_SAX_INPUT_SOURCE&, const char*&, const char*&) = nullptr;
-    void (*consume_)(VORN_XML_SAX_INPUT_SOURCE&, const char*, std::size_t) = nullptr;
+private:
+    SOURCE& source_;
 };
+
+// Any other source has no window: every character is one get_next_char().
+template <> class VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE> {
+public:
+    const char* const next = nullptr;
+    const char* const end = nullptr;
+
+    explicit VORN_XML_WINDOW(VORN_XML_SAX_INPUT_SOURCE& source) : source_(source) {}
+    void refill() {}
+    void consume(const char* /*to*/) {}
+    char get() { return static_cast<char>(source_.get_next_char()); }
+
+private:
+    VORN_XML_SAX_INPUT_SOURCE& source_;
+};
+
+// Calls `read(window)` with the window of `source`: of its own kind when its
+// dynamic type is exactly one of the kinds read in bulk, the empty window of
+// any source otherwise.
+template <class READ> inline void vorn_xml_with_window(VORN_XML_SAX_INPUT_SOURCE& source, READ&& read)
+{
+    if (typeid(source) == typeid(VORN_XML_STRING_INPUT_SOURCE)) {
+        VORN_XML_WINDOW<VORN_XML_STRING_INPUT_SOURCE> window(static_cast<VORN_XML_STRING_INPUT_SOURCE&>(source));
+        read(window);
+    } else if (typeid(source) == typeid(VORN_XML_FILE_INPUT_SOURCE)) {
+        VORN_XML_WINDOW<VORN_XML_FILE_INPUT_SOURCE> window(static_cast<VORN_XML_FILE_INPUT_SOURCE&>(source));
+        read(window);
+    } else if (typeid(source) == typeid(VORN_XML_STREAM_INPUT_SOURCE)) {
+        VORN_XML_WINDOW<VORN_XML_STREAM_INPUT_SOURCE> window(static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(source));
+        read(window);
+    } else {
+        VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE> window(source);
+        read(window);
+    }
+}
 
 #endif

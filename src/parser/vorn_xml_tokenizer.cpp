@@ -1,5 +1,9 @@
 // The tokenizer and the character data reader.
 #include "../input/vorn_xml_window.h"
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include "vorn_xml_chars.h"
 #include "vorn_xml_parser.h"
 
@@ -25,39 +29,64 @@ bool equal_ignoring_case(const std::string& a, const std::string& b)
 
 constexpr char end_of_input = -1;
 
-// Takes the run of characters after current_char for which `keep` holds,
+// Takes the run of characters after the current one for which `keep` holds,
 // appending them to `token` unless it is null, and returns the first
-// character for which it fails (delivered, so it is the new current_char).
-// `keep` must fail for end of input.  A source with a window has its runs
-// scanned in memory and consumed at once; the character that stops a run,
-// the first byte after a window and any other source's characters come
-// through get_next_char().
-template <class KEEP> inline char take_run(VORN_XML_SAX_INPUT_SOURCE* source, std::string* token, KEEP keep)
+// character for which it fails (delivered: it becomes the current
+// character).  `keep` must fail for end of input.  The part of a run in the
+// source's window is scanned in memory and consumed at once.
+template <class WINDOW, class KEEP> inline char take_run(WINDOW& window, std::string* token, KEEP keep)
 {
-    VORN_XML_WINDOW window;
-    window.open(source);
     for (;;) {
-        const char* p = window.next;
+        const char* const begin = window.next;
+        const char* p = begin;
         const char* const end = window.end;
         while (p != end && keep(*p))
             ++p;
-        if (p != window.next) {
+        if (p != begin) {
             if (token != nullptr)
-                token->append(window.next, p);
+                token->append(begin, static_cast<std::size_t>(p - begin));
             window.consume(p);
         }
-        const char c = static_cast<char>(source->get_next_char());
+        const char c = window.get();
         if (!keep(c))
             return c;
         if (token != nullptr)
             token->push_back(c);
-        window.refill();
     }
+}
+
+// The first byte of [p, end) that is `stop`, "&" or 0xFF, or end: where a
+// run of plain character data ends.  Sixteen bytes at a time where the
+// processor allows.
+inline const char* end_of_plain_text(const char* p, const char* end, char stop)
+{
+#ifdef __SSE2__
+    const __m128i stops = _mm_set1_epi8(stop);
+    const __m128i ampersands = _mm_set1_epi8('&');
+    const __m128i ends = _mm_set1_epi8(end_of_input);
+    while (end - p >= 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i found = _mm_or_si128(
+            _mm_or_si128(_mm_cmpeq_epi8(bytes, stops), _mm_cmpeq_epi8(bytes, ampersands)), _mm_cmpeq_epi8(bytes, ends));
+        const int mask = _mm_movemask_epi8(found);
+        if (mask != 0)
+            return p + __builtin_ctz(static_cast<unsigned>(mask));
+        p += 16;
+    }
+#endif
+    while (p != end && *p != stop && *p != '&' && *p != end_of_input)
+        ++p;
+    return p;
 }
 
 inline bool is_space(char c)
 {
     return class_of(c) == CLASS_SPACE;
+}
+
+inline bool in_string(char c)
+{
+    return c != '"' && c != end_of_input;
 }
 
 }  // namespace
@@ -73,86 +102,95 @@ std::string VORN_XML_SAX_PARSER::get_next_token(bool text_mode, char stop)
 
 void VORN_XML_SAX_PARSER::next_token()
 {
+    vorn_xml_with_window(*input_source, [this](auto& window) { read_token(window); });
+}
+
+template <class WINDOW> void VORN_XML_SAX_PARSER::read_token(WINDOW& window)
+{
     current_token.clear();
+    char c = current_char;
     for (;;) {
-        if (is_space(current_char))
-            current_char = take_run(input_source, nullptr, is_space);
-        if (current_char == end_of_input) {
+        if (is_space(c))
+            c = take_run(window, nullptr, is_space);
+        if (c == end_of_input) {
+            current_char = c;
             token_type = TOKEN_END_OF_INPUT;
             return;
         }
-        switch (class_of(current_char)) {
-        case CLASS_QUOTE: read_quoted_string(); return;
+        switch (class_of(c)) {
+        case CLASS_QUOTE:
+            c = window.get();  // past the opening quote
+            if (c != '"') {
+                // Taken before it is tested: an end of input right after
+                // the opening quote goes into the token once, as the byte
+                // 0xFF.
+                current_token.push_back(c);
+                c = take_run(window, &current_token, in_string);
+            }
+            if (c == end_of_input) {
+                current_char = c;
+                file_error("Unexpected end of a quoted string encountered");
+                token_type = TOKEN_UNKNOWN;
+                return;
+            }
+            token_type = TOKEN_STRING;
+            current_char = window.get();  // past the closing quote
+            return;
         case CLASS_LESS:
-            read_char();
-            if (current_char == '/') {
-                read_char();
-                current_token.push_back('<');
-                current_token.push_back('/');
+            c = window.get();
+            if (c == '/') {
+                current_char = window.get();
+                current_token.assign("</", 2);
                 token_type = TOKEN_END_TAG_OPEN;
                 return;
             }
-            if (current_char == '!') {
-                skip_comment();
+            if (c == '!') {
+                c = skip_comment(window);
                 continue;  // on as a fresh token: consecutive comments loop here
             }
+            current_char = c;
             current_token.push_back('<');
             token_type = TOKEN_TAG_OPEN;
             return;
         case CLASS_GREATER:
             current_token.push_back('>');
             token_type = TOKEN_TAG_CLOSE;
-            read_char();
+            current_char = window.get();
             return;
         case CLASS_DIGIT:
-            current_token.push_back(current_char);
-            current_char = take_run(input_source, &current_token, is_digit);
+            current_token.push_back(c);
+            current_char = take_run(window, &current_token, is_digit);
             token_type = TOKEN_NUMBER;
             return;
         case CLASS_SYMBOL:
-            current_token.push_back(current_char);
+            current_token.push_back(c);
             token_type = TOKEN_SYMBOL;
-            read_char();
+            current_char = window.get();
             return;
         case CLASS_NAME_START:
-            current_token.push_back(current_char);
-            current_char = take_run(input_source, &current_token, is_name_char);
+            current_token.push_back(c);
+            current_char = take_run(window, &current_token, is_name_char);
             token_type = TOKEN_IDENTIFIER;
             return;
         default:
             // Unknown: the character is not consumed and comes back as the
             // same token on the next call.
-            current_token.push_back(current_char);
+            current_char = c;
+            current_token.push_back(c);
             token_type = TOKEN_UNKNOWN;
             return;
         }
     }
 }
 
-void VORN_XML_SAX_PARSER::read_quoted_string()
+// From the "!" of "<!" to the character after the comment's end, which it
+// returns (end of input when the comment is not closed).
+template <class WINDOW> char VORN_XML_SAX_PARSER::skip_comment(WINDOW& window)
 {
-    read_char();  // past the opening quote
-    if (current_char != '"') {
-        // Taken before it is tested: an end of input right after the
-        // opening quote goes into the token once, as the byte 0xFF.
-        current_token.push_back(current_char);
-        current_char = take_run(input_source, &current_token, [](char c) { return c != '"' && c != end_of_input; });
-    }
-    if (current_char == '"') {
-        token_type = TOKEN_STRING;
-        read_char();  // past the closing quote
-        return;
-    }
-    file_error("Unexpected end of a quoted string encountered");
-    token_type = TOKEN_UNKNOWN;
-}
-
-void VORN_XML_SAX_PARSER::skip_comment()
-{
-    // current_char is the "!" of "<!".  The two characters after it (the
-    // hyphens of a well-formed comment) are not examined.
-    read_char();
-    read_char();
+    // The two characters after "!" (the hyphens of a well-formed comment)
+    // are not examined.
+    window.get();
+    window.get();
     // Scan for "-->", `matched` counting its characters found so far.  A
     // character that breaks the chain is dropped and the scan starts over
     // with a fresh read, so "--->" does not end a comment.
@@ -162,8 +200,6 @@ void VORN_XML_SAX_PARSER::skip_comment()
         return c == '-' ? matched + 1 : 0;
     };
     int matched = 0;
-    VORN_XML_WINDOW window;
-    window.open(input_source);
     for (;;) {
         const char* p = window.next;
         const char* const end = window.end;
@@ -172,53 +208,50 @@ void VORN_XML_SAX_PARSER::skip_comment()
         window.consume(p);
         if (matched == 3)
             break;
-        read_char();
-        if (current_char == end_of_input)
-            return;
-        matched = step(matched, current_char);
+        const char c = window.get();
+        if (c == end_of_input)
+            return c;
+        matched = step(matched, c);
         if (matched == 3)
             break;
-        window.refill();
     }
-    read_char();  // past the ">"
+    return window.get();  // past the ">"
 }
 
 void VORN_XML_SAX_PARSER::gather_text(char stop)
 {
     current_token.clear();
-    if (token_type != TOKEN_UNKNOWN && token_type != TOKEN_END_OF_INPUT) {
-        // Runs of plain characters are taken at once; a reference or the end
-        // of input goes through get_xml_text(), one call each, as the
-        // character data reader takes them in.
-        VORN_XML_SAX_INPUT_SOURCE* const source = input_source;
-        VORN_XML_WINDOW window;
-        window.open(source);
-        char c = current_char;
-        while (c != stop) {
-            if (c == '&' || c == end_of_input) {
-                current_char = c;
-                get_xml_text();
-                if (token_type == TOKEN_END_OF_INPUT)
-                    break;
-                c = current_char;
-                window.refill();
-                continue;
-            }
-            current_token.push_back(c);
-            const char* p = window.next;
-            const char* const end = window.end;
-            while (p != end && *p != stop && *p != '&' && *p != end_of_input)
-                ++p;
-            if (p != window.next) {
-                current_token.append(window.next, p);
-                window.consume(p);
-            }
-            c = static_cast<char>(source->get_next_char());
-            window.refill();
-        }
-        current_char = c;
-    }
+    if (token_type != TOKEN_UNKNOWN && token_type != TOKEN_END_OF_INPUT)
+        vorn_xml_with_window(*input_source, [this, stop](auto& window) { read_text(window, stop); });
     token_type = TOKEN_STRING;
+}
+
+// Runs of plain characters are taken at once; a reference or the end of
+// input goes through get_xml_text(), one call each, as the character data
+// reader takes them in.
+template <class WINDOW> void VORN_XML_SAX_PARSER::read_text(WINDOW& window, char stop)
+{
+    char c = current_char;
+    while (c != stop) {
+        if (c == '&' || c == end_of_input) {
+            current_char = c;
+            get_xml_text();
+            if (token_type == TOKEN_END_OF_INPUT)
+                return;
+            c = current_char;
+            window.refill();
+            continue;
+        }
+        current_token.push_back(c);
+        const char* const begin = window.next;
+        const char* const p = end_of_plain_text(begin, window.end, stop);
+        if (p != begin) {
+            current_token.append(begin, static_cast<std::size_t>(p - begin));
+            window.consume(p);
+        }
+        c = window.get();
+    }
+    current_char = c;
 }
 
 void VORN_XML_SAX_PARSER::get_xml_text()
