@@ -1,6 +1,6 @@
 // libFuzzer target: the parser reads the library's own sources in bulk, and
 // that must change nothing a host can see.  Every input is parsed from a
-// string source and from a file source, and again from a class derived from
+// string source, a file source and a streaming source, and again from a class derived from
 // each that only forwards get_next_char(), which the parser therefore reads
 // one character at a time.  Each pair must agree on everything recorded:
 // the result, the messages, every event with the parser's reading state and
@@ -34,9 +34,18 @@ struct FILE_ONE_BY_ONE : VORN_XML_FILE_INPUT_SOURCE {
     int get_next_char() override { return VORN_XML_FILE_INPUT_SOURCE::get_next_char(); }
 };
 
+struct STREAM_ONE_BY_ONE : VORN_XML_STREAM_INPUT_SOURCE {
+    using VORN_XML_STREAM_INPUT_SOURCE::VORN_XML_STREAM_INPUT_SOURCE;
+    int get_next_char() override { return VORN_XML_STREAM_INPUT_SOURCE::get_next_char(); }
+};
+
 std::string fields_of(const VORN_XML_SAX_INPUT_SOURCE* source)
 {
     std::string out = "text=" + source->xml_text;
+    if (const auto* m = dynamic_cast<const VORN_XML_STREAM_INPUT_SOURCE*>(source))
+        return out + " pos=" + std::to_string(m->buffer_pos) + " count=" + std::to_string(m->buffer_count) +
+               " last=" + std::to_string(m->last_char) + " error=" + std::to_string(m->error) + " buffer=" +
+               (m->buffer ? std::string(m->buffer.get(), static_cast<std::size_t>(m->buffer_count) + 1) : "");
     if (const auto* s = dynamic_cast<const VORN_XML_STRING_INPUT_SOURCE*>(source))
         return out + " string=" + s->xml_string + " pos=" + std::to_string(s->string_pos) +
                " last=" + std::to_string(s->last_char);
@@ -174,6 +183,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const std::vector<std::string> first = run(bulk);
         std::memset(vorn_xml_buffer, 0, sizeof vorn_xml_buffer);
         check_same(first, run(single), "file source");
+    }
+    {
+        VORN_XML_STREAM_INPUT_SOURCE bulk(path);
+        STREAM_ONE_BY_ONE single(path);
+        check_same(run(bulk), run(single), "streaming source");
     }
     std::remove(path.c_str());
     return 0;
