@@ -67,7 +67,8 @@ TEST(documents, declaration)
            {"<?xml version='1.0'?>", false, {no_value("version"), NOT_FOUND}, ""},
            {"<?xml version=\"1.0\">", false, {"Error: ? was needed but got >", NOT_FOUND}, ""},
            {"<?xml version=\"1.0\"?", false, {"Error: > was needed but got ", NOT_FOUND}, ""},
-           {"<?xml version=\"1.0?>", false, {UNQUOTED, no_value("version"), NOT_FOUND}, ""}},
+           {"<?xml version=\"1.0?>", false, {UNQUOTED, no_value("version"), NOT_FOUND}, ""},
+           {"<?xml \"", false, {UNQUOTED, "Error: ? was needed but got \xFF", NOT_FOUND}, ""}},
           "");
 }
 
@@ -163,6 +164,7 @@ TEST(documents, text_cut_short)
         {"<a>x\xFF</a>", false, {NO_END, EMPTY_END}, "start a {}; chars x"},
         {"<a>:</a>", false, {std::string(NO_END) + ":", EMPTY_END}, "start a {}; chars :"},
         {"<a>\"q</a>", false, {UNQUOTED, NO_END, EMPTY_END}, "start a {}; chars q</a>"},
+        {"<a>\"", false, {UNQUOTED, NO_END, EMPTY_END}, "start a {}; chars \xFF"},  // the end taken once
     });
 }
 
@@ -179,4 +181,16 @@ TEST(documents, after_the_top_level_element)
         {"text<a/>", false, {EXTRA}, "chars text"},
         {"<a/>x<!-- -->y", false, {EXTRA}, "start a {}; end a; chars x"},
     });
+}
+
+// What a string source hands process_end_document: the text it delivered, cut
+// before a byte 0xFF that ended it, or nothing when the parse ended early.
+TEST(documents, text_handed_to_the_end_of_the_document)
+{
+    const std::string doc = std::string(DECL) + "<a/>";
+    for (const auto& [tail, text] :
+         std::vector<std::pair<std::string, std::string>>{{"", doc}, {"x\xFFy", doc + "x"}, {"x<!-- -->\"\"y", ""}}) {
+        SCOPED_TRACE(tail);
+        EXPECT_EQ(vorn_test::parse_all_ways(doc + tail).end_text, text);
+    }
 }

@@ -134,6 +134,7 @@ OUTCOME parse_all_ways(const std::string& document)
         out.errors = error_messages(parser.get_error_handler());
         out.events = handler.events;
         out.tree = dump_tree(handler.get_root_element());
+        out.end_text = handler.end_document_text;
         if (source == &from_string) {
             first = out;
             continue;

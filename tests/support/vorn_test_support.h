@@ -58,12 +58,13 @@ struct OUTCOME {
     bool ok = false;
     std::vector<std::string> errors;
     std::vector<std::string> events;
-    std::string tree;  // dump_tree() of the root
+    std::string tree;      // dump_tree() of the root
+    std::string end_text;  // what process_end_document received
 };
 
 // Parses `document` with a fresh parser and a RECORDING_HANDLER through the
-// string, file, streaming and byte sources, checks that the outcomes agree, and returns
-// the string source's.
+// string, file, streaming and byte sources, checks that the outcomes agree,
+// and returns the string source's (end_text is the string source's own).
 OUTCOME parse_all_ways(const std::string& document);
 
 // All messages of a collector's error list, in order.
