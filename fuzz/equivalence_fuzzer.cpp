@@ -16,6 +16,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <vorn_xml.h>
@@ -39,19 +40,24 @@ struct STREAM_ONE_BY_ONE : VORN_XML_STREAM_INPUT_SOURCE {
     int get_next_char() override { return VORN_XML_STREAM_INPUT_SOURCE::get_next_char(); }
 };
 
+// The source's fields; long texts by their size and hash, so that an event
+// costs little even in long inputs.
 std::string fields_of(const VORN_XML_SAX_INPUT_SOURCE* source)
 {
-    std::string out = "text=" + source->xml_text;
+    const auto digest = [](const char* data, std::size_t size) {
+        return std::to_string(size) + "#" + std::to_string(std::hash<std::string_view>()(std::string_view(data, size)));
+    };
+    std::string out = "text=" + digest(source->xml_text.data(), source->xml_text.size());
     if (const auto* m = dynamic_cast<const VORN_XML_STREAM_INPUT_SOURCE*>(source))
         return out + " pos=" + std::to_string(m->buffer_pos) + " count=" + std::to_string(m->buffer_count) +
                " last=" + std::to_string(m->last_char) + " error=" + std::to_string(m->error) + " buffer=" +
-               (m->buffer ? std::string(m->buffer.get(), static_cast<std::size_t>(m->buffer_count) + 1) : "");
+               (m->buffer ? digest(m->buffer.get(), static_cast<std::size_t>(m->buffer_count) + 1) : "");
     if (const auto* s = dynamic_cast<const VORN_XML_STRING_INPUT_SOURCE*>(source))
-        return out + " string=" + s->xml_string + " pos=" + std::to_string(s->string_pos) +
-               " last=" + std::to_string(s->last_char);
+        return out + " string=" + digest(s->xml_string.data(), s->xml_string.size()) +
+               " pos=" + std::to_string(s->string_pos) + " last=" + std::to_string(s->last_char);
     const auto* f = dynamic_cast<const VORN_XML_FILE_INPUT_SOURCE*>(source);
     return out + " pos=" + std::to_string(f->buffer_pos) + " count=" + std::to_string(f->buffer_count) +
-           " last=" + std::to_string(f->last_char) + " buffer=" + std::string(vorn_xml_buffer, sizeof vorn_xml_buffer);
+           " last=" + std::to_string(f->last_char) + " buffer=" + digest(vorn_xml_buffer, sizeof vorn_xml_buffer);
 }
 
 std::string tree_text(VORN_XML_ELEMENT* root)
