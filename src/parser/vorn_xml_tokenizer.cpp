@@ -1,27 +1,26 @@
 // The tokenizer and the character data reader.
-#include "../input/vorn_xml_window.h"
+#include "../internal/vorn_xml_failures.h"
+#include "../internal/vorn_xml_window.h"
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
 
-#include "vorn_xml_chars.h"
+#include "../internal/vorn_xml_chars.h"
 #include "vorn_xml_parser.h"
+
+using vorn_xml::FAILURE;
+using vorn_xml::failure_message;
 
 using namespace vorn_xml_chars;
 
 namespace {
-
-inline char fold(char c)
-{
-    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
-}
 
 bool equal_ignoring_case(const std::string& a, const std::string& b)
 {
     if (a.size() != b.size())
         return false;
     for (std::string::size_type i = 0; i < a.size(); ++i) {
-        if (fold(a[i]) != fold(b[i]))
+        if (fold_case(a[i]) != fold_case(b[i]))
             return false;
     }
     return true;
@@ -79,11 +78,6 @@ inline const char* end_of_plain_text(const char* p, const char* end, char stop)
     return p;
 }
 
-inline bool is_space(char c)
-{
-    return class_of(c) == CLASS_SPACE;
-}
-
 inline bool in_string(char c)
 {
     return c != '"' && c != end_of_input;
@@ -129,7 +123,7 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::read_token(WINDOW& window)
             }
             if (c == end_of_input) {
                 current_char = c;
-                file_error("Unexpected end of a quoted string encountered");
+                file_error(failure_message(FAILURE::QUOTED_STRING_CUT));
                 token_type = TOKEN_UNKNOWN;
                 return;
             }
@@ -321,11 +315,8 @@ bool VORN_XML_SAX_PARSER::need_token(const std::string& expected, bool case_sens
         next_token();
         return true;
     }
-    std::string message("Error: ");
-    message += expected;
-    message += " was needed but got ";
-    message += case_sensitive ? current_token : to_lower_case(current_token);
-    file_error(message);
+    file_error(failure_message(FAILURE::TOKEN_NEEDED, expected,
+                               case_sensitive ? current_token : to_lower_case(current_token)));
     return false;
 }
 
@@ -341,6 +332,6 @@ bool VORN_XML_SAX_PARSER::is_xml_identifier(std::string& name)
         next_token();
         return true;
     }
-    file_error("Expected identifier (" + name + " not found");
+    file_error(failure_message(FAILURE::IDENTIFIER_NEEDED, name));
     return false;
 }
