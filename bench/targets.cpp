@@ -24,16 +24,8 @@ public:
 long count_tree(VORN_XML_ELEMENT* root)
 {
     long n = 0;
-    std::vector<VORN_XML_ELEMENT*> todo;
-    if (root != nullptr)
-        todo.push_back(root);
-    while (!todo.empty()) {
-        VORN_XML_ELEMENT* e = todo.back();
-        todo.pop_back();
-        ++n;
-        for (VORN_XML_ELEMENT* c = e->get_first_sub_element(); c != nullptr; c = e->get_next_sub_element())
-            todo.push_back(c);
-    }
+    for (VORN_XML_TREE_WALK walk(root); walk.next();)
+        n += walk.is_entering() ? 1 : 0;
     return n;
 }
 

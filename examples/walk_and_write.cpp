@@ -22,19 +22,14 @@ int main(int argc, char** argv)
     if (root == nullptr)
         return 0;
 
-    // Depth first with a stack of our own: documents can be very deep.
-    std::vector<VORN_XML_ELEMENT*> todo{root};
-    while (!todo.empty()) {
-        VORN_XML_ELEMENT* element = todo.back();
-        todo.pop_back();
-        if (!element->element_data.empty()) {
+    // The walk keeps its own stack: documents can be very deep.
+    for (VORN_XML_TREE_WALK walk(root); walk.next();) {
+        VORN_XML_ELEMENT* element = walk.get_element();
+        if (walk.is_entering() && !element->element_data.empty()) {
             if (element->attrib_list == nullptr)
                 element->attrib_list = new VORN_XML_ATTRIB_LIST;
             element->attrib_list->set_attrib("length", std::to_string(element->element_data.size()));
         }
-        for (VORN_XML_ELEMENT* sub = element->get_first_sub_element(); sub != nullptr;
-             sub = element->get_next_sub_element())
-            todo.push_back(sub);
     }
 
     VORN_XML_WRITER writer(2);

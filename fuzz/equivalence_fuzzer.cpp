@@ -50,8 +50,8 @@ std::string fields_of(const VORN_XML_SAX_INPUT_SOURCE* source)
     std::string out = "text=" + digest(source->xml_text.data(), source->xml_text.size());
     if (const auto* m = dynamic_cast<const VORN_XML_STREAM_INPUT_SOURCE*>(source))
         return out + " pos=" + std::to_string(m->buffer_pos) + " count=" + std::to_string(m->buffer_count) +
-               " last=" + std::to_string(m->last_char) + " error=" + std::to_string(m->error) + " buffer=" +
-               (m->buffer ? digest(m->buffer.get(), static_cast<std::size_t>(m->buffer_count) + 1) : "");
+               " last=" + std::to_string(m->last_char) + " error=" + std::to_string(m->error) +
+               " buffer=" + (m->buffer ? digest(m->buffer.get(), static_cast<std::size_t>(m->buffer_count) + 1) : "");
     if (const auto* s = dynamic_cast<const VORN_XML_STRING_INPUT_SOURCE*>(source))
         return out + " string=" + digest(s->xml_string.data(), s->xml_string.size()) +
                " pos=" + std::to_string(s->string_pos) + " last=" + std::to_string(s->last_char);
@@ -62,26 +62,11 @@ std::string fields_of(const VORN_XML_SAX_INPUT_SOURCE* source)
 
 std::string tree_text(VORN_XML_ELEMENT* root)
 {
-    // Iterative: documents may be very deep.
     std::string out;
-    std::vector<VORN_XML_ELEMENT*> stack;
-    if (root != nullptr) {
-        out += "<" + root->element_name + attributes_text(root->attrib_list) + "#" + root->element_data;
-        stack.push_back(root);
-        root->get_first_sub_element();
-    }
-    while (!stack.empty()) {
-        // get_first_sub_element() was called when the element was entered;
-        // its cursor now stands on the next sub-element.
-        VORN_XML_ELEMENT* next = stack.back()->get_next_sub_element();
-        if (next == nullptr) {
-            out += "/";
-            stack.pop_back();
-            continue;
-        }
-        out += "<" + next->element_name + attributes_text(next->attrib_list) + "#" + next->element_data;
-        stack.push_back(next);
-        next->get_first_sub_element();
+    for (VORN_XML_TREE_WALK walk(root); walk.next();) {
+        const VORN_XML_ELEMENT* e = walk.get_element();
+        out +=
+            walk.is_entering() ? "<" + e->element_name + attributes_text(e->attrib_list) + "#" + e->element_data : "/";
     }
     return out;
 }

@@ -82,29 +82,14 @@ public:
 // order the elements end.  Iterative, as documents may be very deep.
 void describe(VORN_XML_ELEMENT* root, std::vector<std::string>& lines, std::vector<std::string>& texts)
 {
-    struct FRAME {
-        VORN_XML_ELEMENT* element;
-        bool entered;
-    };
-    std::vector<FRAME> stack{{root, false}};
-    while (!stack.empty()) {
-        FRAME& top = stack.back();
-        VORN_XML_ELEMENT* element = top.element;
-        VORN_XML_ELEMENT* next = nullptr;
-        if (!top.entered) {
-            top.entered = true;
+    for (VORN_XML_TREE_WALK walk(root); walk.next();) {
+        VORN_XML_ELEMENT* element = walk.get_element();
+        if (walk.is_entering()) {
             lines.push_back("<" + element->get_element_name() + attributes_text(element->attrib_list));
-            next = element->get_first_sub_element();
-        } else {
-            next = element->get_next_sub_element();
-        }
-        if (next != nullptr) {
-            stack.push_back({next, false});
         } else {
             lines.emplace_back("/");
             // The listener sees texts as C strings: compare up to a NUL.
             texts.emplace_back(element->get_element_data().c_str());
-            stack.pop_back();
         }
     }
 }
