@@ -137,17 +137,21 @@ private:
     template <class WINDOW> void read_token(WINDOW& window);
     template <class WINDOW> char skip_comment(WINDOW& window);
     template <class WINDOW> void read_text(WINDOW& window, char stop);
-    // need_token(expected, true) for a literal, without making a string.
-    template <std::size_t N> bool need_text(const char (&expected)[N])
+    // True when the current token's text is exactly the literal `text`.
+    template <std::size_t N> bool token_is(const char (&text)[N]) const
     {
-        if (current_token.size() == N - 1 &&
-            std::char_traits<char>::compare(current_token.data(), expected, N - 1) == 0) {
+        return current_token.size() == N - 1 && std::char_traits<char>::compare(current_token.data(), text, N - 1) == 0;
+    }
+    // need_token(expected, true) for a literal, without making a string.
+    template <std::size_t N> bool need_literal(const char (&expected)[N])
+    {
+        if (token_is(expected)) {
             next_token();
             return true;
         }
-        return missing_text(expected, N - 1);
+        return missing_literal(expected, N - 1);
     }
-    bool missing_text(const char* expected, std::size_t length);  // the failure of need_text()
+    bool missing_literal(const char* expected, std::size_t length);  // the failure of need_literal()
     void file_error(const std::string& message);
 };
 

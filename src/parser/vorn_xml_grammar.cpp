@@ -13,8 +13,8 @@ using vorn_xml::failure_message;
 bool VORN_XML_SAX_PARSER::parse_xml_signature_line()
 {
     next_token();
-    return need_text("<") && need_text("?") && need_token("xml", false) && get_attributes() && need_text("?") &&
-           need_text(">");
+    return need_literal("<") && need_literal("?") && need_token("xml", false) && get_attributes() &&
+           need_literal("?") && need_literal(">");
 }
 
 namespace {
@@ -94,7 +94,7 @@ bool VORN_XML_SAX_PARSER::get_attributes()
     while (token_type == TOKEN_IDENTIFIER) {
         name.assign(current_token);
         next_token();
-        if (!need_text("=")) {
+        if (!need_literal("=")) {
             file_error(failure_message(FAILURE::ATTRIBUTE_EQUAL_MISSING, name));
             result = false;
             continue;
@@ -112,7 +112,7 @@ bool VORN_XML_SAX_PARSER::get_attributes()
 
 int VORN_XML_SAX_PARSER::parse_xml_start_tag(std::string& name)
 {
-    if (!need_text("<"))
+    if (!need_literal("<"))
         return TAG_NONE;
     if (!is_xml_identifier(name))
         return TAG_NONE;
@@ -120,30 +120,21 @@ int VORN_XML_SAX_PARSER::parse_xml_start_tag(std::string& name)
         return TAG_NONE;
     if (current_token.size() == 1 && current_token[0] == '/') {
         next_token();
-        need_text(">");  // a missing ">" is reported; the tag still counts
+        need_literal(">");  // a missing ">" is reported; the tag still counts
         return TAG_EMPTY;
     }
-    need_text(">");
+    need_literal(">");
     return TAG_START;
 }
 
 int VORN_XML_SAX_PARSER::parse_xml_end_tag(std::string& name)
 {
-    if (!need_text("</"))
+    if (!need_literal("</"))
         return TAG_NONE;
     if (!is_xml_identifier(name))
         return TAG_NONE;
-    return need_text(">") ? TAG_END : TAG_NONE;
+    return need_literal(">") ? TAG_END : TAG_NONE;
 }
-
-namespace {
-
-template <std::size_t N> inline bool is_text(const std::string& token, const char (&text)[N])
-{
-    return token.size() == N - 1 && std::char_traits<char>::compare(token.data(), text, N - 1) == 0;
-}
-
-}  // namespace
 
 // Content is elements followed by at most one run of character data.  Nested
 // elements are read with an explicit stack of the open elements' names rather
@@ -157,7 +148,7 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
     std::string run;
     for (;;) {
         // The elements of the current level.
-        while (is_text(current_token, "<")) {
+        while (token_is("<")) {
             start_name.clear();
             const int kind = parse_xml_start_tag(start_name);
             if (kind == TAG_START) {
@@ -172,7 +163,7 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
         }
 
         // At most one run of character data ends the level's content.
-        if (!is_text(current_token, "</") && token_type != TOKEN_END_OF_INPUT) {
+        if (!token_is("</") && token_type != TOKEN_END_OF_INPUT) {
             run.assign(current_token);
             gather_text('<');
             run += current_token;

@@ -320,7 +320,7 @@ bool VORN_XML_SAX_PARSER::need_token(const std::string& expected, bool case_sens
     return false;
 }
 
-bool VORN_XML_SAX_PARSER::missing_text(const char* expected, std::size_t length)
+bool VORN_XML_SAX_PARSER::missing_literal(const char* expected, std::size_t length)
 {
     return need_token(std::string(expected, length), true);  // files the message
 }
