@@ -114,8 +114,8 @@ TEST(tool, prints_formats_and_explains)
     EXPECT_EQ(tool("-", formatted.out).out, run.out);
     const RUN help = tool("--help");
     EXPECT_EQ(help.status, 0);
-    for (const char* word :
-         {"--events", "--format", "--quiet", "--select", "--count", "--version", "FILE:LINE:COLUMN", "64 MiB", "Exit status"})
+    for (const char* word : {"--events", "--format", "--quiet", "--select", "--count", "--version", "FILE:LINE:COLUMN",
+                             "64 MiB", "Exit status"})
         EXPECT_NE(help.out.find(word), std::string::npos) << word;
 }
 
