@@ -3,6 +3,7 @@
 # (VORNXML_FUZZ_SECONDS, default 60) from the committed seed corpus.  Any
 # crash, leak, sanitizer report or broken invariant fails the stage.
 set -euo pipefail
+source "$VORNXML_ROOT/scripts/lib/build.sh"
 cd "$VORNXML_ROOT"
 seconds=${VORNXML_FUZZ_SECONDS:-60}
 
@@ -16,10 +17,8 @@ if ! command -v clang++ >/dev/null 2>&1 ||
     exit 0
 fi
 
-cmake -S . -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-      -DVORNXML_BUILD_FUZZ=ON -DVORNXML_BUILD_TESTS=OFF -DVORNXML_BUILD_BENCH=OFF \
-      -DVORNXML_BUILD_TOOLS=OFF -DVORNXML_BUILD_EXAMPLES=OFF
-cmake --build build-fuzz -j "$VORNXML_JOBS" --target vornxml_parse_fuzzer
+build_in build-fuzz --target vornxml_parse_fuzzer -DCMAKE_CXX_COMPILER=clang++ -DVORNXML_BUILD_FUZZ=ON \
+    -DVORNXML_BUILD_TESTS=OFF -DVORNXML_BUILD_BENCH=OFF -DVORNXML_BUILD_TOOLS=OFF -DVORNXML_BUILD_EXAMPLES=OFF
 
 # New inputs go to a scratch folder; the committed seeds stay as they are.
 mkdir -p "$probe/corpus" "$probe/artifacts"

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# The binary interface: exported symbols and public class sizes must match
-# the expectation in abi/ (update it on purpose with: bash scripts/abi update).
+# The binary interface: abidiff of the built library against the baseline in
+# abi/ (see scripts/abi; update it on purpose with: bash scripts/abi update).
 set -euo pipefail
-cd "$VORNXML_ROOT"
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORNXML_BUILD_TESTS=ON >/dev/null
-cmake --build build -j "$VORNXML_JOBS" --target vornxml
-bash scripts/abi check build
+source "$VORNXML_ROOT/scripts/lib/build.sh"
+build_in build --target vornxml
+bash "$VORNXML_ROOT/scripts/abi" check "$VORNXML_ROOT/build"

@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Installs into a temporary prefix, builds a host program against it twice
 # (CMake's find_package and pkg-config) and runs it, runs the installed tool,
-# then builds the Debian package and checks what it holds.
+# builds the host once more with the project added by add_subdirectory, then
+# builds the Debian package and checks what it holds.
 set -euo pipefail
+source "$VORNXML_ROOT/scripts/lib/build.sh"
 cd "$VORNXML_ROOT"
-cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVORNXML_BUILD_TESTS=ON >/dev/null
-cmake --build build -j "$VORNXML_JOBS"
+build_in build
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -45,6 +46,25 @@ check_consumer "$work/with-pkg-config"
 
 "$prefix/bin/vornxml" --quiet examples/catalog.xml
 
+# A host that adds the project with add_subdirectory builds the library and
+# links it, and gets none of the tests, benchmarks or examples.
+mkdir -p "$work/host"
+cp tests/install/consumer/consumer.cpp "$work/host/"
+cat >"$work/host/CMakeLists.txt" <<EOF
+cmake_minimum_required(VERSION 3.16)
+project(host LANGUAGES CXX)
+add_subdirectory("$VORNXML_ROOT" vornxml)
+add_executable(consumer consumer.cpp)
+target_link_libraries(consumer PRIVATE vornxml)
+EOF
+cmake -S "$work/host" -B "$work/host/build" >/dev/null
+if cmake --build "$work/host/build" --target help | grep -E ' (collector_test|vornxml_bench|example_[a-z_]+)$'; then
+    echo "install: a host's add_subdirectory build has the targets above"
+    exit 1
+fi
+cmake --build "$work/host/build" -j "$VORNXML_JOBS" --target consumer >/dev/null
+check_consumer "$work/host/build/consumer"
+
 (cd build && cpack -G DEB -B "$work/deb" >/dev/null)
 deb=$(ls "$work"/deb/*.deb)
 dpkg-deb -c "$deb" | awk '{print $6}' | sort >"$work/contents"
@@ -53,4 +73,4 @@ for f in ./usr/include/vorn_xml.h ./usr/lib/libvornxml.so ./usr/lib/libvornxml.s
     grep -qx "$f" "$work/contents" || { echo "install: $(basename "$deb") lacks $f"; exit 1; }
 done
 dpkg-deb -I "$deb" | grep 'Package: vornxml' >/dev/null || { echo "install: bad package control data"; exit 1; }
-echo "install: prefix, find_package, pkg-config, tool and $(basename "$deb") checked"
+echo "install: prefix, find_package, pkg-config, tool, add_subdirectory and $(basename "$deb") checked"
