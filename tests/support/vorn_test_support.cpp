@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -121,25 +122,41 @@ OUTCOME parse_all_ways(const std::string& document)
     VORN_XML_STRING_INPUT_SOURCE from_string(document);
     VORN_XML_FILE_INPUT_SOURCE from_file(dir.write("doc.xml", document));
     BYTE_SOURCE from_bytes(document);
+    const std::pair<const char*, VORN_XML_SAX_INPUT_SOURCE*> sources[] = {
+        {"string source", &from_string}, {"file source", &from_file}, {"byte source", &from_bytes}};
     OUTCOME first;
-    for (VORN_XML_SAX_INPUT_SOURCE* source :
-         {static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&from_string), static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&from_file),
-          static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&from_bytes)}) {
+    for (const auto& [name, inner] : sources) {
+        SCOPED_TRACE(name);
+        VORN_XML_COUNTING_INPUT_SOURCE source(*inner);
         RECORDING_HANDLER handler;
         VORN_XML_SAX_PARSER parser;
         parser.set_tree_handler(&handler);
         OUTCOME out;
-        out.ok = parser.parse(source);
+        out.ok = parser.parse(&source);
         out.errors = error_messages(parser.get_error_handler());
         out.events = handler.events;
         out.tree = dump_tree(handler.get_root_element());
-        if (source == &from_string) {
-            first = out;
+        if (!out.ok) {
+            const VORN_XML_POSITION at = source.get_failure_position(parser);
+            out.at = std::to_string(at.line) + ":" + std::to_string(at.column);
+        } else if (document.find_first_of(std::string("\0\xFF", 2)) == std::string::npos) {
+            EXPECT_EQ(handler.end_document_text, document);
+        }
+        if (inner != &from_string) {
+            EXPECT_EQ(std::tie(out.ok, out.errors, out.events, out.tree, out.at),
+                      std::tie(first.ok, first.errors, first.events, first.tree, first.at));
             continue;
         }
-        SCOPED_TRACE(source == &from_file ? "file source" : "byte source");
-        EXPECT_EQ(std::tie(out.ok, out.errors, out.events, out.tree),
-                  std::tie(first.ok, first.errors, first.events, first.tree));
+        first = out;
+        if (out.ok && !out.tree.empty()) {
+            VORN_XML_WRITER writer(2);
+            std::string written;
+            EXPECT_TRUE(writer.write(handler.get_root_element(), written)) << writer.error_message;
+            VORN_XML_SAX_PARSER again;
+            VORN_XML_STRING_INPUT_SOURCE text(written);
+            EXPECT_TRUE(again.parse(&text)) << written;
+            EXPECT_EQ(dump_tree(again.get_tree_handler()->get_root_element()), out.tree) << written;
+        }
     }
     return first;
 }

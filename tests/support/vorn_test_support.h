@@ -1,6 +1,6 @@
 // Shared helpers for the tests: temporary files, a one-byte-at-a-time source,
 // an event recorder, and a driver that runs one document through every kind
-// of source.
+// of source.  The message texts are in vorn_test_messages.h.
 #ifndef VORN_TEST_SUPPORT_H
 #define VORN_TEST_SUPPORT_H
 
@@ -9,6 +9,8 @@
 #include <vector>
 
 #include <vorn_xml.h>
+
+#include "vorn_test_messages.h"
 
 namespace vorn_test {
 
@@ -59,11 +61,14 @@ struct OUTCOME {
     std::vector<std::string> errors;
     std::vector<std::string> events;
     std::string tree;  // dump_tree() of the root
+    std::string at;    // "LINE:COLUMN" of a failure, as the counting source has it
 };
 
 // Parses `document` with a fresh parser and a RECORDING_HANDLER through the
-// string, file and byte sources, checks that the outcomes agree, and returns
-// the string source's.
+// string, file and byte sources, each wrapped in a counting source, checks
+// that the outcomes agree, and returns the string source's.  A document
+// that parses gives its whole text to process_end_document (unless a NUL or
+// 0xFF cuts it short), and its tree, written back, reads back the same.
 OUTCOME parse_all_ways(const std::string& document);
 
 // All messages of a collector's error list, in order.
