@@ -76,17 +76,3 @@ TEST(element, teardown_deletes_each_element_once_parents_first)
     delete n[0];
     EXPECT_EQ(deleted, "abdegcf");
 }
-
-TEST(element, a_million_levels_deep_tree_is_deleted_without_recursion)
-{
-    deleted.clear();
-    auto* root = new COUNTED('x');
-    VORN_XML_ELEMENT* deepest = root;
-    for (int i = 1; i < 1000000; ++i) {
-        auto* next = new COUNTED('x');
-        deepest->add_sub_element(next);
-        deepest = next;
-    }
-    delete root;
-    EXPECT_EQ(deleted, std::string(1000000, 'x'));
-}

@@ -139,25 +139,4 @@ TEST(writer, refuses_what_would_not_read_back)
               "cannot write element \"bad\" at /2/2: its text begins with white space, which a reader drops");
 }
 
-// The walk must not recurse: a million levels fit in the default stack.
-TEST(writer, million_levels_deep)
-{
-    constexpr int depth = 1000000;
-    ELEMENT_PTR root = make("d");
-    VORN_XML_ELEMENT* leaf = root.get();
-    for (int i = 1; i < depth; ++i) {
-        leaf->add_sub_element(make("d").release());
-        leaf = leaf->get_first_sub_element();
-    }
-    std::string out;
-    ASSERT_TRUE(VORN_XML_WRITER().write(root.get(), out));
-    std::string expected = "<?xml version=\"1.0\"?>\n";
-    for (int i = 1; i < depth; ++i)
-        expected += "<d>";
-    expected += "<d/>";
-    for (int i = 1; i < depth; ++i)
-        expected += "</d>";
-    EXPECT_EQ(out, expected + "\n");
-}
-
 }  // namespace
