@@ -35,7 +35,8 @@ struct RUN {
 };
 
 // Parses through a source that counts its calls and, when asked, through a
-// string source as well, which must come to the same outcome.  Every parse
+// string source as well, which must come to the same outcome, and writes
+// the tree of a document that parsed back and reads it again.  Every parse
 // succeeds or says why not, with no empty message, and reads each character
 // once (the end-of-input mark a few times).  Arbitrary documents go through
 // the recording handler, which keeps every top-level element, so that none
@@ -60,6 +61,8 @@ RUN run(const std::string& document, bool compare_with_string_source = false)
     EXPECT_LE(bytes.calls, static_cast<long>(document.size()) + 4);
     if (compare_with_string_source) {
         EXPECT_EQ(std::make_pair(runs[1].ok, runs[1].errors), std::make_pair(runs[0].ok, runs[0].errors));
+        if (runs[0].ok && runs[0].root != nullptr)
+            vorn_test::expect_written_back(runs[0].root.get(), 0);
     }
     return std::move(runs[0]);
 }

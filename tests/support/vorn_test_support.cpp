@@ -116,6 +116,17 @@ std::string dump_tree(VORN_XML_ELEMENT* root)
     return subs.empty() ? out : out + "[" + subs + "]";
 }
 
+void expect_written_back(VORN_XML_ELEMENT* root, int indent)
+{
+    VORN_XML_WRITER writer(indent);
+    std::string written;
+    EXPECT_TRUE(writer.write(root, written)) << writer.error_message;
+    VORN_XML_SAX_PARSER parser;
+    VORN_XML_STRING_INPUT_SOURCE source(written);
+    EXPECT_TRUE(parser.parse(&source)) << written;
+    EXPECT_EQ(dump_tree(parser.get_tree_handler()->get_root_element()), dump_tree(root)) << written;
+}
+
 OUTCOME parse_all_ways(const std::string& document)
 {
     TEMP_DIR dir;
@@ -148,15 +159,8 @@ OUTCOME parse_all_ways(const std::string& document)
             continue;
         }
         first = out;
-        if (out.ok && !out.tree.empty()) {
-            VORN_XML_WRITER writer(2);
-            std::string written;
-            EXPECT_TRUE(writer.write(handler.get_root_element(), written)) << writer.error_message;
-            VORN_XML_SAX_PARSER again;
-            VORN_XML_STRING_INPUT_SOURCE text(written);
-            EXPECT_TRUE(again.parse(&text)) << written;
-            EXPECT_EQ(dump_tree(again.get_tree_handler()->get_root_element()), out.tree) << written;
-        }
+        if (out.ok && !out.tree.empty())
+            expect_written_back(handler.get_root_element(), 2);
     }
     return first;
 }

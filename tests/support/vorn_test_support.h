@@ -71,6 +71,10 @@ struct OUTCOME {
 // 0xFF cuts it short), and its tree, written back, reads back the same.
 OUTCOME parse_all_ways(const std::string& document);
 
+// Writes the tree of `root` with the given indent and expects it to read
+// back as the same tree.
+void expect_written_back(VORN_XML_ELEMENT* root, int indent);
+
 // All messages of a collector's error list, in order.
 std::vector<std::string> error_messages(const VORN_XML_SAX_ERROR_HANDLER* errors);
 
