@@ -54,6 +54,8 @@ TEST(companion, obj_list_removal_and_splice)
     list.get_next_object();
     list.get_next_object();                    // on d
     EXPECT_EQ(list.remove_last_object(), &d);  // a cursor on the removed entry goes to the end
+    EXPECT_EQ(list.remove_last_object(), &c);  // back across the splice
     list.add_object(&b);
     EXPECT_EQ(walk(list), "");
+    EXPECT_EQ(walk(list, true), "ab");
 }
