@@ -27,7 +27,8 @@ TEST(long_runs, names_values_and_text_keep_every_byte)
         EXPECT_EQ(out.events.at(out.events.size() - 2), "chars " + text);  // cut off by the end of input
 
         const auto open_string = parse_all_ways(declaration + "<a b=\"" + value);
-        EXPECT_EQ(open_string.errors, (std::vector<std::string>{vorn_test::msg::unquoted, vorn_test::msg::no_value("b")}));
+        EXPECT_EQ(open_string.errors,
+                  (std::vector<std::string>{vorn_test::msg::unquoted, vorn_test::msg::no_value("b")}));
     }
     // "&quot;" starting at each offset around a 256-byte boundary of the run.
     for (std::size_t lead = 248; lead <= 262; ++lead) {
