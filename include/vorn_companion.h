@@ -1,5 +1,5 @@
 // vornxml -- companion pieces: a thin file class, a polymorphic object root,
-// a doubly linked object list with its own cursor, and ASCII string helpers.
+// an object list with its own cursor, and ASCII string helpers.
 //
 // These small classes sit underneath the XML classes.  They are part of
 // libvornxml.so and reach hosts through <vorn_xml.h>.
@@ -81,9 +81,11 @@ public:
 };
 
 // ---------------------------------------------------------------------------
-// VORN_OBJ_LIST: a doubly linked list of VORN_OBJ pointers in insertion
-// order, with one cursor of its own.  The list never owns what its entries
-// point to: destroying it frees its entries and touches no object.
+// VORN_OBJ_LIST: a list of VORN_OBJ pointers in insertion order, with one
+// cursor of its own.  The entries sit side by side in one array that grows
+// by doubling, so appending costs no allocation per entry.  The list never
+// owns what its entries point to: destroying it frees its array and touches
+// no object.
 //
 // Cursor rules: a new list's cursor stands at the end.  rewind() puts it on
 // the first entry; get_next_object() returns the entry under it and moves
@@ -123,35 +125,35 @@ public:
     // Number of entries.
     virtual long get_count();
 
-    // Removes the first entry and returns its object (not deleted).  A
-    // cursor on that entry moves to the following one.  Null when empty.
-    VORN_OBJ* remove_first_object();
-
     // The object of the entry before the last one; null when the list has
     // fewer than two entries.
     VORN_OBJ* get_object_before_last() const;
 
-    // The object of the entry at `index` (0 is the first), without moving
-    // the cursor; null when `index` is outside 0 .. get_count() - 1.  Lets
-    // a walk over the entries run beside the cursor without disturbing it.
-    VORN_OBJ* get_object_at(long index) const;
+    // Removes the first entry and returns its object (not deleted).  A
+    // cursor on that entry moves to the following one.  Null when empty.
+    // Linear in the number of entries.
+    VORN_OBJ* remove_first_object();
 
     // Moves every entry of `other` in front of this list's first entry,
-    // keeping their order, in constant time and without allocating.
-    // `other` is left empty with its cursor at the end; this list's cursor
-    // stays on the entry it was on.
+    // keeping their order.  `other` is left empty with its cursor at the
+    // end; this list's cursor stays on the entry it was on.  On allocation
+    // failure both lists are left as they were.
     void splice_front(VORN_OBJ_LIST& other);
 
+    // The object of the entry at `index` (0 is the first), in constant time
+    // and without moving the cursor; null when `index` is outside
+    // 0 .. get_count() - 1.  Lets a walk over the entries run beside the
+    // cursor without disturbing it.
+    VORN_OBJ* get_object_at(long index) const;
+
 private:
-    struct NODE {
-        NODE* prev;
-        NODE* next;
-        VORN_OBJ* object;
-    };
-    NODE* first = nullptr;
-    NODE* last = nullptr;
-    NODE* cursor = nullptr;  // null: the end position
+    friend class VORN_XML_ELEMENT;  // its teardown chains lists through `next_pending`
+
+    VORN_OBJ** entries = nullptr;  // `capacity` slots, the first `count` in use
     long count = 0;
+    long capacity = 0;
+    long cursor = -1;                       // index of the entry under the cursor; -1: the end
+    VORN_OBJ_LIST* next_pending = nullptr;  // the list below this one in a teardown's stack
 };
 
 #endif

@@ -40,8 +40,10 @@ public:
 
     // Deletes the attribute copy and the whole subtree, each element exactly
     // once through its virtual destructor, parents before their
-    // sub-elements, siblings in order.  Uses constant stack whatever the
-    // depth.
+    // sub-elements, siblings in order.  The destructor of a derived class
+    // still finds its element's sub-elements in place.  Uses constant stack
+    // whatever the depth; the sub-elements of an element deleted while
+    // another teardown runs on the same thread join that teardown.
     ~VORN_XML_ELEMENT() override;
 
     // The tag name, as read (letter case kept); valid while the element lives.

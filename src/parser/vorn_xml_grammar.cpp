@@ -1,4 +1,6 @@
 // The declaration, attributes, tags and element content.
+#include <new>
+#include <type_traits>
 #include <typeinfo>
 #include <vector>
 
@@ -11,19 +13,79 @@ bool VORN_XML_SAX_PARSER::parse_xml_signature_line()
            need_text(">");
 }
 
+namespace {
+
+// Map entries taken out of the parser's list of the previous tag, kept for
+// the pairs of the next one: a reused entry keeps its node and the capacity
+// of its name and value, so a tag costs no allocation when the previous one
+// had at least as many pairs of no shorter text.
+class SPARE_ENTRIES {
+public:
+    using MAP = VORN_XML_ATTRIB_LIST::MAP;
+    using NODE = MAP::node_type;
+
+    // Takes up to `size` entries out of `map` and frees the rest; `map` is
+    // left empty.
+    explicit SPARE_ENTRIES(MAP& map)
+    {
+        while (!map.empty() && count < size)
+            new (&entries[count++]) NODE(map.extract(map.begin()));
+        map.clear();
+    }
+    ~SPARE_ENTRIES()
+    {
+        while (count > 0)
+            entry(--count).~NODE();
+    }
+    SPARE_ENTRIES(const SPARE_ENTRIES&) = delete;
+    SPARE_ENTRIES& operator=(const SPARE_ENTRIES&) = delete;
+
+    // Gives `name` the value `value` in `list` as set_attrib() does, filling
+    // a spare entry when the name is new.
+    void set(VORN_XML_ATTRIB_LIST& list, const std::string& name, const std::string& value)
+    {
+        MAP& map = list.attrib_map;
+        const MAP::iterator at = map.lower_bound(name);
+        if (at != map.end() && !map.key_comp()(name, at->first)) {
+            at->second = value;
+            return;
+        }
+        if (count == 0) {
+            list.set_attrib(name, value);
+            return;
+        }
+        NODE& spare = entry(count - 1);
+        spare.key() = name;
+        spare.mapped() = value;
+        map.insert(at, std::move(spare));
+        entry(--count).~NODE();
+    }
+
+private:
+    static constexpr int size = 16;
+    NODE& entry(int i) { return *std::launder(reinterpret_cast<NODE*>(&entries[i])); }
+    // Raw room for the handles: only those in use are constructed.
+    std::aligned_storage_t<sizeof(NODE), alignof(NODE)> entries[size];
+    int count = 0;
+};
+
+}  // namespace
+
 bool VORN_XML_SAX_PARSER::get_attributes()
 {
     bool result = true;
     // The list of the previous tag is done with.  When it is a plain list of
-    // our own making, emptying it gives the same new, empty list without a
-    // round trip through the allocator; anything else is deleted.
-    if (current_attrib_list != nullptr && typeid(*current_attrib_list) == typeid(VORN_XML_ATTRIB_LIST)) {
-        current_attrib_list->clear_attribs();
-    } else {
+    // our own making, its entries are taken out and refilled, which leaves
+    // the same new list (empty, its cursor at the end) without a round trip
+    // through the allocator; anything else is deleted.
+    VORN_XML_ATTRIB_LIST* own = current_attrib_list;
+    if (own == nullptr || typeid(*own) != typeid(VORN_XML_ATTRIB_LIST)) {
         delete current_attrib_list;
         current_attrib_list = nullptr;
-        current_attrib_list = new VORN_XML_ATTRIB_LIST;
+        current_attrib_list = own = new VORN_XML_ATTRIB_LIST;
     }
+    SPARE_ENTRIES spare(own->attrib_map);
+    own->attrib_cursor = own->attrib_map.end();
     std::string name;
     while (token_type == TOKEN_IDENTIFIER) {
         name.assign(current_token);
@@ -38,7 +100,7 @@ bool VORN_XML_SAX_PARSER::get_attributes()
             result = false;
             continue;
         }
-        current_attrib_list->set_attrib(name, current_token);
+        spare.set(*own, name, current_token);
         next_token();
     }
     return result;

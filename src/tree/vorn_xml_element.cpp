@@ -13,29 +13,46 @@ VORN_XML_ELEMENT::VORN_XML_ELEMENT(const std::string& name, VORN_XML_ATTRIB_LIST
     }
 }
 
+namespace {
+
+// The teardown under way on this thread: a stack of sub-element lists whose
+// elements are still to be deleted, chained through next_pending, each read
+// through its own cursor.  Null when no teardown runs.
+thread_local VORN_OBJ_LIST* pending_lists = nullptr;
+
+}  // namespace
+
 VORN_XML_ELEMENT::~VORN_XML_ELEMENT()
 {
+    // The destructor of a derived class has run by now and has seen the
+    // sub-elements.  They are deleted without recursion: the list goes on the
+    // teardown's stack, and the outermost teardown deletes the elements one
+    // by one in the order a recursive teardown would (parents before their
+    // sub-elements, siblings in order).  An element deleted while a teardown
+    // runs only hands its list over.
     delete attrib_list;
     attrib_list = nullptr;
-    if (subelement_list == nullptr)
-        return;
-
-    // Free the subtree without recursion: `pending` holds the elements still
-    // to delete, in the order a recursive teardown would delete them.  Before
-    // an element is deleted its sub-elements are moved to the front of
-    // `pending`, so its own destructor finds none and returns at once.
-    VORN_OBJ_LIST* pending = subelement_list;
+    VORN_OBJ_LIST* list = subelement_list;
     subelement_list = nullptr;
-    while (VORN_OBJ* object = pending->remove_first_object()) {
-        auto* element = static_cast<VORN_XML_ELEMENT*>(object);
-        if (element->subelement_list != nullptr) {
-            pending->splice_front(*element->subelement_list);
-            delete element->subelement_list;
-            element->subelement_list = nullptr;
+    if (list == nullptr)
+        return;
+    list->cursor = list->count > 0 ? 0 : -1;
+    VORN_OBJ_LIST*& stack = pending_lists;  // one look-up of the thread's variable
+    list->next_pending = stack;
+    const bool outermost = stack == nullptr;
+    stack = list;
+    if (!outermost)
+        return;
+    while (VORN_OBJ_LIST* top = stack) {
+        if (top->cursor < 0) {
+            stack = top->next_pending;
+            delete top;
+            continue;
         }
-        delete element;
+        VORN_OBJ* object = top->entries[top->cursor];
+        top->cursor = top->cursor + 1 < top->count ? top->cursor + 1 : -1;
+        delete object;  // may push its own list onto the stack
     }
-    delete pending;
 }
 
 void VORN_XML_ELEMENT::set_element_data(const std::string& data)

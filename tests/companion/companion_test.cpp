@@ -1,26 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 #include "vorn_test_support.h"
-
-namespace {
-
-struct NAMED : VORN_OBJ {
-    explicit NAMED(char n) : name(n) {}
-    char name;
-};
-
-// The names from the cursor to the end, or from the first entry after a rewind.
-std::string walk(VORN_OBJ_LIST& list, bool rewind = false)
-{
-    if (rewind)
-        list.rewind();
-    std::string seen;
-    while (VORN_OBJ* object = list.get_next_object())
-        seen += static_cast<NAMED*>(object)->name;
-    return seen;
-}
-
-}  // namespace
 
 TEST(companion, string_helpers_touch_ascii_only)
 {
@@ -30,32 +13,65 @@ TEST(companion, string_helpers_touch_ascii_only)
     EXPECT_EQ(trim_right(std::string("a\0 ", 3)), std::string("a\0", 2));
 }
 
-// The basic cursor rules are pinned through the element's sub-element walk.
-TEST(companion, obj_list_removal_and_splice)
+namespace {
+
+struct NAMED : VORN_OBJ {
+    explicit NAMED(char n) : name(n) {}
+    char name;
+};
+
+// Runs a script on a new list: a letter appends that object ("0" appends
+// null), "r" rewinds, "n" logs get_next_object(), "x" remove_last_object()
+// and "F" remove_first_object() ("-" for null); "S" splices g and h in front.  Then logs "|", the count, and every
+// entry by index.
+std::string run(const std::string& script)
 {
-    NAMED a('a'), b('b'), c('c'), d('d');
-    VORN_OBJ_LIST list, front;
-    EXPECT_TRUE(list.remove_last_object() == nullptr && list.remove_first_object() == nullptr);
-    for (NAMED* n : {&b, &c, &d})
-        list.add_object(n);
-    list.rewind();
-    EXPECT_EQ(list.remove_first_object(), &b);  // a cursor on the removed entry moves on
-    front.add_object(&a);
-    front.rewind();
-    list.splice_front(front);  // the cursor stays on c
-    list.splice_front(front);
-    list.splice_front(list);
-    EXPECT_TRUE(front.is_empty() && walk(front).empty());
-    EXPECT_EQ(walk(list), "cd");
-    EXPECT_EQ(walk(list, true), "acd");
-    EXPECT_EQ(list.get_count(), 3);
-    EXPECT_EQ(list.get_object_before_last(), &c);
-    list.rewind();
-    list.get_next_object();
-    list.get_next_object();                    // on d
-    EXPECT_EQ(list.remove_last_object(), &d);  // a cursor on the removed entry goes to the end
-    EXPECT_EQ(list.remove_last_object(), &c);  // back across the splice
-    list.add_object(&b);
-    EXPECT_EQ(walk(list), "");
-    EXPECT_EQ(walk(list, true), "ab");
+    static NAMED objects[] = {NAMED('a'), NAMED('b'), NAMED('c'), NAMED('d'), NAMED('e'),
+                              NAMED('f'), NAMED('g'), NAMED('h'), NAMED('i')};
+    const auto name = [](VORN_OBJ* object) { return object != nullptr ? static_cast<NAMED*>(object)->name : '-'; };
+    VORN_OBJ_LIST list;
+    std::string log;
+    for (const char step : script) {
+        if (step == 'r')
+            list.rewind();
+        else if (step == 'n' || step == 'x')
+            log += name(step == 'n' ? list.get_next_object() : list.remove_last_object());
+        else if (step == 'F')
+            log += name(list.remove_first_object());
+        else if (step == 'S') {
+            VORN_OBJ_LIST front;
+            front.add_object(&objects[6]);
+            front.add_object(&objects[7]);
+            list.splice_front(front);
+            log += front.is_empty() && front.get_next_object() == nullptr ? "" : "!";
+        } else
+            list.add_object(step == '0' ? nullptr : &objects[step - 'a']);
+    }
+    log += "|" + std::to_string(list.get_count()) + (list.is_empty() ? "E" : "") + name(list.get_last_object());
+    for (long i = -1; i <= list.get_count(); ++i)
+        log += name(list.get_object_at(i));
+    return log;
+}
+
+}  // namespace
+
+TEST(companion, obj_list_cursor_rules)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"nrnx", "---|0E---"},                               // a new list: the cursor at the end
+        {"abnrnn", "-ab|2b-ab-"},                            // appends leave an end cursor alone
+        {"abrncnn", "abc|3c-abc-"},                          // and one on an entry moves on to them
+        {"abrnnncrn", "ab-a|3c-abc-"},                       // the end stays the end after appends
+        {"abcrnnxncn", "abc--|3c-abc-"},                     // removing the entry under the cursor: at the end
+        {"abcrnxnn", "acb-|2b-ab-"},                         // removing another entry: the cursor stays
+        {"a0brnnn", "a-b|3b-a-b-"},                          // null entries
+        {"abcdefghixxrnnnnnnnn", "ihabcdefg-|7g-abcdefg-"},  // past a regrowth
+        {"abxxxa", "ba-|1a-a-"},
+        {"abrFnF", "abb|0E---"},    // the cursor moves off a removed first entry
+        {"abcrnFn", "aab|2c-bc-"},  // and follows the entries down
+        {"abSxx", "ba|2h-gh-"},     // a splice links both ways: removals from the back
+        {"abrnSn", "ab|4b-ghab-"},  // the cursor stays on its entry
+    };
+    for (const auto& [script, expected] : cases)
+        EXPECT_EQ(run(script), expected) << script;
 }

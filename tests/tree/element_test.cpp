@@ -8,12 +8,19 @@ using vorn_test::dump_tree;
 
 namespace {
 
-// An element that appends its name to `deleted` when it is destroyed.
+// An element that appends its name and the number of sub-elements it still
+// sees to `deleted` when it is destroyed.
 std::string deleted;
 
 struct COUNTED : VORN_XML_ELEMENT {
     explicit COUNTED(char name) : VORN_XML_ELEMENT(std::string(1, name), nullptr) {}
-    ~COUNTED() override { deleted += element_name; }
+    ~COUNTED() override
+    {
+        int seen = 0;
+        for (VORN_XML_ELEMENT* e = get_first_sub_element(); e != nullptr; e = get_next_sub_element())
+            ++seen;
+        deleted += element_name + std::to_string(seen);
+    }
 };
 
 }  // namespace
@@ -74,5 +81,22 @@ TEST(element, teardown_deletes_each_element_once_parents_first)
         n[edge[0] - 'a']->add_sub_element(n[edge[1] - 'a']);
     EXPECT_EQ(dump_tree(n[0]), "a[b[d,e[g]],c[f]]");
     delete n[0];
-    EXPECT_EQ(deleted, "abdegcf");
+    EXPECT_EQ(deleted, "a2b2d0e1g0c1f0");
+}
+
+TEST(element, a_million_levels_deep_tree_is_deleted_without_recursion)
+{
+    deleted.clear();
+    auto* root = new COUNTED('x');
+    VORN_XML_ELEMENT* deepest = root;
+    for (int i = 1; i < 1000000; ++i) {
+        auto* next = new COUNTED('x');
+        deepest->add_sub_element(next);
+        deepest = next;
+    }
+    delete root;
+    std::string expected;
+    for (int i = 1; i < 1000000; ++i)
+        expected += "x1";
+    EXPECT_EQ(deleted, expected + "x0");
 }
