@@ -1,6 +1,6 @@
 # Installation: headers, the shared library with its SONAME links, a CMake
 # package (find_package(VornXml CONFIG) -> VornXml::vornxml), a pkg-config
-# file, the tool; and a Debian package through CPack (cpack -G DEB).
+# file, the tool and its man page; and a Debian package through CPack (cpack -G DEB).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -12,6 +12,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INC
   FILES_MATCHING PATTERN "*.h")
 if(TARGET vornxml_tool)
   install(TARGETS vornxml_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${PROJECT_BINARY_DIR}/tools/vornxml.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 
 set(vornxml_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VornXml)

@@ -1,9 +1,14 @@
-// Counts the elements of each name in a file without building a tree: a
-// handler of its own with DOM mode off, so memory stays small for
-// documents of any size:  example_stream_count examples/catalog.xml
+// Counts the elements of each name in a file or on standard input (-)
+// without building a tree: a handler of its own with DOM mode off and the
+// streaming source, so memory stays the same for documents of any size:
+//   example_stream_count examples/catalog.xml
+//   some_command | example_stream_count -
+#include <cstring>
 #include <iostream>
 #include <map>
 #include <string>
+
+#include <unistd.h>
 
 #include <vorn_xml.h>
 
@@ -27,16 +32,23 @@ public:
 int main(int argc, char** argv)
 {
     if (argc != 2) {
-        std::cerr << "usage: example_stream_count FILE\n";
+        std::cerr << "usage: example_stream_count FILE|-\n";
         return 2;
     }
     COUNTER counter;
     VORN_XML_SAX_PARSER parser;
     parser.set_tree_handler(&counter);  // ours: the parser never deletes it
     parser.enable_DOM_mode(false);      // events only
-    VORN_XML_FILE_INPUT_SOURCE source(argv[1]);
-    if (!source.is_open || !parser.parse(&source)) {
-        std::cerr << argv[1] << ": not read\n";
+    const std::string path = argv[1];
+    VORN_XML_STREAM_INPUT_SOURCE source =
+        path == "-" ? VORN_XML_STREAM_INPUT_SOURCE(STDIN_FILENO, false) : VORN_XML_STREAM_INPUT_SOURCE(path);
+    const bool ok = parser.parse(&source);
+    if (source.get_error() != 0) {
+        std::cerr << path << ": " << std::strerror(source.get_error()) << "\n";
+        return 2;
+    }
+    if (!ok) {
+        std::cerr << path << ": not accepted\n";
         return 1;
     }
     for (const auto& entry : counter.count)

@@ -3,6 +3,7 @@
 // The one header a host includes.  It brings in:
 //   vorn_companion.h    VORN_FILE, VORN_OBJ, VORN_OBJ_LIST, string helpers
 //   vorn_xml_input.h    input sources and vorn_xml_buffer
+//   vorn_xml_stream.h   the streaming source: any size, constant memory
 //   vorn_xml_errors.h   the message collector
 //   vorn_xml_attrib.h   attribute lists
 //   vorn_xml_element.h  the element tree
@@ -10,6 +11,8 @@
 //   vorn_xml_parser.h   the parser
 //   vorn_xml_position.h line and column of a failure
 //   vorn_xml_writer.h   writing a tree back as a document
+//   vorn_xml_walk.h     walking a tree without cursors; sub-elements by name
+//   vorn_xml_path.h     finding elements by path, in a tree or a stream
 #ifndef VORN_XML_H
 #define VORN_XML_H
 
@@ -23,8 +26,11 @@
 #include "vorn_xml_errors.h"
 #include "vorn_xml_input.h"
 #include "vorn_xml_parser.h"
+#include "vorn_xml_path.h"
 #include "vorn_xml_position.h"
+#include "vorn_xml_stream.h"
 #include "vorn_xml_tree.h"
+#include "vorn_xml_walk.h"
 #include "vorn_xml_writer.h"
 
 #endif

@@ -36,10 +36,15 @@ struct VORN_XML_POSITION {
 // The wrapper does not own the inner source, which must outlive it and must
 // not be read by anyone else meanwhile.  is_open is copied from the inner
 // source when the wrapper is made, so wrap a source once it is open.
-// xml_text follows the inner source's xml_text: after each character the
-// wrapper brings its own copy up to date (appending what the inner source
-// appended), so process_end_document receives the same text it would have
-// received from the inner source.  This costs one more copy of the text.
+//
+// The wrapper keeps no text of its own: its memory is the same whatever the
+// document's size, and over a streaming source (vorn_xml_stream.h) it
+// reports places in documents of any size.  Its xml_text stays empty, so
+// process_end_document receives ""; the inner source still keeps whatever
+// it keeps (inner->xml_text).  A host that wants the inner source's text
+// passed on to process_end_document asks for a copy when it makes the
+// wrapper (keep_text true): xml_text then follows the inner source's
+// xml_text character by character, at the cost of a second copy.
 // ---------------------------------------------------------------------------
 class VORN_XML_COUNTING_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:
@@ -53,9 +58,11 @@ public:
     int quote_count;                   // quotes delivered, up to 3
     int end_tag_count;                 // "</" pairs delivered, up to 2
     bool after_lt;                     // the last character was "<"
+    bool keep_text;                    // xml_text follows inner->xml_text
 
-    // Wraps `source`; takes is_open and xml_text from it.
-    explicit VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source);
+    // Wraps `source` and takes is_open from it.  With `copy_text`,
+    // xml_text starts as a copy of the source's and follows it.
+    explicit VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source, bool copy_text = false);
     VORN_XML_COUNTING_INPUT_SOURCE(const VORN_XML_COUNTING_INPUT_SOURCE&) = delete;
     VORN_XML_COUNTING_INPUT_SOURCE& operator=(const VORN_XML_COUNTING_INPUT_SOURCE&) = delete;
     ~VORN_XML_COUNTING_INPUT_SOURCE() override;

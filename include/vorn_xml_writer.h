@@ -45,9 +45,9 @@
 // and an element's end tag after sub-elements starts a line of its own too;
 // text stays on the line of its end tag, so no white space is added to it.
 //
-// Writing walks the tree without recursion, so trees of any depth can be
-// written, and moves the sub-element cursors of the elements it visits.
-// The tree is not otherwise changed, and it stays the caller's.
+// Writing walks the tree with VORN_XML_TREE_WALK, so trees of any depth can
+// be written, and moves no sub-element cursor.  Only the attribute lists'
+// cursors move; the tree is not otherwise changed, and it stays the caller's.
 // ---------------------------------------------------------------------------
 class VORN_XML_WRITER {
 public:

@@ -15,7 +15,7 @@ cmake --install build --prefix "$prefix" >/dev/null
 
 for f in include/vorn_xml.h include/vorn_xml_writer.h include/vorn_xml_position.h bin/vornxml \
          lib/libvornxml.so lib/libvornxml.so.1 lib/cmake/VornXml/VornXmlConfig.cmake \
-         lib/cmake/VornXml/VornXmlConfigVersion.cmake lib/pkgconfig/vornxml.pc; do
+         lib/cmake/VornXml/VornXmlConfigVersion.cmake lib/pkgconfig/vornxml.pc share/man/man1/vornxml.1; do
     [ -e "$prefix/$f" ] || { echo "install: $f is missing"; exit 1; }
 done
 [ -L "$prefix/lib/libvornxml.so" ] && [ -L "$prefix/lib/libvornxml.so.1" ] ||
@@ -48,6 +48,11 @@ c++ -std=c++17 tests/install/consumer/consumer.cpp -o "$work/with-pkg-config" \
 check_consumer "$work/with-pkg-config"
 
 "$prefix/bin/vornxml" --quiet examples/catalog.xml
+# The man page is made from the help text: every option of --help is in it.
+for option in $("$prefix/bin/vornxml" --help | grep -o -- '--[a-z]*' | sort -u); do
+    grep -F -- "$option" "$prefix/share/man/man1/vornxml.1" >/dev/null ||
+        { echo "install: the man page lacks $option"; exit 1; }
+done
 
 # A host that adds the project with add_subdirectory builds the library and
 # links it, and gets none of the tests, benchmarks or examples.
@@ -72,7 +77,8 @@ check_consumer "$work/host/build/consumer"
 deb=$(ls "$work"/deb/*.deb)
 dpkg-deb -c "$deb" | awk '{print $6}' | sort >"$work/contents"
 for f in ./usr/include/vorn_xml.h ./usr/lib/libvornxml.so ./usr/lib/libvornxml.so.1 ./usr/lib/libvornxml.so.1.0.0 \
-         ./usr/bin/vornxml ./usr/lib/cmake/VornXml/VornXmlConfig.cmake ./usr/lib/pkgconfig/vornxml.pc; do
+         ./usr/bin/vornxml ./usr/share/man/man1/vornxml.1 ./usr/lib/cmake/VornXml/VornXmlConfig.cmake \
+         ./usr/lib/pkgconfig/vornxml.pc; do
     grep -qx "$f" "$work/contents" || { echo "install: $(basename "$deb") lacks $f"; exit 1; }
 done
 dpkg-deb -I "$deb" | grep 'Package: vornxml' >/dev/null || { echo "install: bad package control data"; exit 1; }

@@ -27,11 +27,12 @@ bool is_named_mismatch(const std::string& message)
 
 }  // namespace
 
-VORN_XML_COUNTING_INPUT_SOURCE::VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source)
-    : inner(&source), quote_count(0), end_tag_count(0), after_lt(false)
+VORN_XML_COUNTING_INPUT_SOURCE::VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source, bool copy_text)
+    : inner(&source), quote_count(0), end_tag_count(0), after_lt(false), keep_text(copy_text)
 {
     is_open = source.is_open;
-    xml_text = source.xml_text;
+    if (keep_text)
+        xml_text = source.xml_text;
 }
 
 VORN_XML_COUNTING_INPUT_SOURCE::~VORN_XML_COUNTING_INPUT_SOURCE() = default;
@@ -39,11 +40,13 @@ VORN_XML_COUNTING_INPUT_SOURCE::~VORN_XML_COUNTING_INPUT_SOURCE() = default;
 int VORN_XML_COUNTING_INPUT_SOURCE::get_next_char()
 {
     const int c = inner->get_next_char();
-    const std::string& text = inner->xml_text;
-    if (text.size() > xml_text.size())
-        xml_text.append(text, xml_text.size(), std::string::npos);
-    else if (text.size() < xml_text.size())
-        xml_text = text;
+    if (keep_text) {
+        const std::string& text = inner->xml_text;
+        if (text.size() > xml_text.size())
+            xml_text.append(text, xml_text.size(), std::string::npos);
+        else if (text.size() < xml_text.size())
+            xml_text = text;
+    }
 
     last = next;
     if (c == -1) {

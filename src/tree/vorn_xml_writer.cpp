@@ -1,10 +1,11 @@
 #include "vorn_xml_writer.h"
 
+#include "vorn_xml_walk.h"
+
 #include "../parser/vorn_xml_chars.h"
 
 #include <cstring>
 #include <string>
-#include <vector>
 
 using namespace vorn_xml_chars;
 
@@ -74,35 +75,16 @@ bool has_sub_elements(VORN_XML_ELEMENT* element)
     return element->subelement_list != nullptr && !element->subelement_list->is_empty();
 }
 
-// Walks the tree under `root` depth first without recursion: open(element,
-// path) before an element's sub-elements, where `path` holds the element's
-// place below the root, and close(element, depth) after them.  Stops and
+// Walks the tree under `root` in document order: open(walk) as the walk
+// enters an element, close(element, depth) as it leaves it.  Stops and
 // returns false as soon as open() does.
 template <class OPEN, class CLOSE> bool walk(VORN_XML_ELEMENT* root, OPEN open, CLOSE close)
 {
-    std::vector<VORN_XML_ELEMENT*> stack;
-    std::vector<std::size_t> path;
-    if (!open(root, path))
-        return false;
-    stack.push_back(root);
-    path.push_back(0);
-    VORN_XML_ELEMENT* next = root->get_first_sub_element();
-    while (!stack.empty()) {
-        if (next == nullptr) {
-            VORN_XML_ELEMENT* done = stack.back();
-            stack.pop_back();
-            path.pop_back();
-            close(done, stack.size());
-            if (!stack.empty())
-                next = stack.back()->get_next_sub_element();
-            continue;
-        }
-        ++path.back();
-        if (!open(next, path))
+    for (VORN_XML_TREE_WALK walk(root); walk.next();) {
+        if (!walk.is_entering())
+            close(walk.get_element(), walk.get_depth());
+        else if (!open(walk))
             return false;
-        stack.push_back(next);
-        path.push_back(0);
-        next = next->get_first_sub_element();
     }
     return true;
 }
@@ -160,9 +142,10 @@ void put_indent(SINK& sink, int width, std::size_t depth)
 void write_tree(VORN_XML_ELEMENT* root, int indent, SINK& sink)
 {
     sink.put("<?xml version=\"1.0\"?>\n");
-    auto open = [&](VORN_XML_ELEMENT* element, const std::vector<std::size_t>& path) {
-        if (!path.empty())
-            put_indent(sink, indent, path.size());
+    auto open = [&](const VORN_XML_TREE_WALK& walk) {
+        VORN_XML_ELEMENT* element = walk.get_element();
+        if (walk.get_depth() > 0)
+            put_indent(sink, indent, walk.get_depth());
         sink.put('<');
         sink.put(element->element_name);
         if (element->attrib_list != nullptr) {
@@ -208,13 +191,14 @@ bool VORN_XML_WRITER::check(VORN_XML_ELEMENT* root)
         error_message = "cannot write: there is no root element";
         return false;
     }
-    auto open = [this](VORN_XML_ELEMENT* element, const std::vector<std::size_t>& path) {
+    auto open = [this](const VORN_XML_TREE_WALK& walk) {
+        VORN_XML_ELEMENT* element = walk.get_element();
         const std::string problem = problem_of(element);
         if (problem.empty())
             return true;
         std::string place;
-        for (const std::size_t index : path)
-            place += "/" + std::to_string(index);
+        for (std::size_t depth = 1; depth <= walk.get_depth(); ++depth)
+            place += "/" + std::to_string(walk.get_index_at(depth) + 1);
         error_message = "cannot write element \"" + element->element_name + "\" at " + (place.empty() ? "/" : place) +
                         ": " + problem;
         return false;

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "vorn_test_support.h"
 
@@ -69,6 +73,9 @@ TEST(input_source, bytes_are_delivered_as_signed_chars)
         VORN_XML_FILE_INPUT_SOURCE file(dir.write("doc.xml", c.bytes));
         EXPECT_EQ(drain(file), c.delivered);
         EXPECT_EQ(file.xml_text, c.file_text);
+        VORN_XML_STREAM_INPUT_SOURCE stream(dir.path + "/doc.xml");
+        EXPECT_EQ(drain(stream), c.delivered);
+        EXPECT_EQ(stream.xml_text, "");  // it keeps nothing
         VORN_XML_STRING_INPUT_SOURCE copied(c.bytes), moved(std::string(c.bytes));
         for (VORN_XML_STRING_INPUT_SOURCE* source : {&copied, &moved}) {
             EXPECT_TRUE(source->is_open);
@@ -93,4 +100,36 @@ TEST(input_source, file_paths)
     EXPECT_EQ(trailing.get_next_char(), '<');
     VORN_XML_FILE_INPUT_SOURCE missing(dir.path + "/doc.xml");
     EXPECT_TRUE(!missing.is_open && missing.xml_file == nullptr);
+}
+
+// Streaming sources have buffers of their own: two read by turns each get
+// their own bytes, across several chunks.  Failures are kept as errno.
+TEST(input_source, stream_sources_read_by_turns_and_keep_their_errors)
+{
+    vorn_test::TEMP_DIR dir;
+    std::string bytes(3 * VORN_XML_STREAM_INPUT_SOURCE::chunk_size + 7, 'x');
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<char>('a' + i % 26);
+    const std::string reversed(bytes.rbegin(), bytes.rend());
+    VORN_XML_STREAM_INPUT_SOURCE forward(dir.write("f.xml", bytes));
+    const int fd = ::open(dir.write("r.xml", reversed).c_str(), O_RDONLY);
+    {
+        VORN_XML_STREAM_INPUT_SOURCE backward(fd, false);
+        std::string got_forward, got_backward;
+        for (int c = 0; c != -1;) {
+            if ((c = forward.get_next_char()) != -1)
+                got_forward += static_cast<char>(c);
+            if ((c = backward.get_next_char()) != -1)
+                got_backward += static_cast<char>(c);
+        }
+        EXPECT_TRUE(got_forward == bytes && got_backward == reversed);
+        EXPECT_EQ(forward.get_error() + backward.get_error(), 0);
+    }
+    EXPECT_EQ(::close(fd), 0);  // not owned: still open
+
+    VORN_XML_STREAM_INPUT_SOURCE missing(dir.path + "/none.xml");
+    EXPECT_TRUE(!missing.is_open && missing.get_error() == ENOENT && missing.get_next_char() == -1);
+    VORN_XML_STREAM_INPUT_SOURCE folder(dir.path);
+    EXPECT_TRUE(folder.is_open && folder.get_next_char() == -1 && folder.get_error() == EISDIR);
+    EXPECT_FALSE(VORN_XML_STREAM_INPUT_SOURCE(-1, true).is_open);
 }

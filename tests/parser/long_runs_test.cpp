@@ -1,6 +1,7 @@
 // Names, values and text runs of every length around the sizes at which the
 // reader changes gear: the 256-byte pieces in which long runs are gathered
-// and the 4095-byte chunks of the file source.
+// the 4095-byte chunks of the file source and the 64 KiB chunks of the
+// streaming source.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -17,7 +18,7 @@ const std::string declaration = "<?xml version=\"1.0\"?>";
 
 TEST(long_runs, names_values_and_text_keep_every_byte)
 {
-    for (const std::size_t n : {1, 15, 16, 254, 255, 256, 257, 511, 512, 4094, 4095, 4096, 9000}) {
+    for (const std::size_t n : {1, 15, 16, 254, 255, 256, 257, 511, 512, 4094, 4095, 4096, 9000, 65535, 65536, 70000}) {
         SCOPED_TRACE(n);
         const std::string name = "n" + std::string(n, 'm'), value(n, 'v'), text(n, 'x');
         const auto out = parse_all_ways(declaration + "<" + name + " a=\"" + value + "\">t" + text + "&amp;y&lt z</" +

@@ -19,6 +19,9 @@
 #include <string>
 #include <vector>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include "vorn_test_support.h"
 
 namespace {
@@ -162,12 +165,21 @@ TEST(expat_differential, random_documents_build_the_same_tree)
         SCOPED_TRACE("seed " + std::to_string(seed) + ":\n" + document);
         const std::string theirs = parse_with_expat(document);
         ASSERT_FALSE(theirs.empty()) << "expat rejects the document";
-        VORN_XML_SAX_PARSER parser;
-        VORN_XML_STRING_INPUT_SOURCE source(document);
-        ASSERT_TRUE(parser.parse(&source));
-        ASSERT_FALSE(parser.get_error_handler()->has_error_messages());
-        ASSERT_EQ(vorn_test::dump_tree(parser.get_tree_handler()->get_root_element()), theirs);
-        vorn_test::expect_written_back(parser.get_tree_handler()->get_root_element(), 2);
+        // The streaming source reads the document from memory through a
+        // descriptor of its own.
+        const int fd = ::memfd_create("document", MFD_CLOEXEC);
+        ASSERT_EQ(::pwrite(fd, document.data(), document.size(), 0), static_cast<ssize_t>(document.size()));
+        VORN_XML_STREAM_INPUT_SOURCE streamed(fd, true);
+        VORN_XML_STRING_INPUT_SOURCE string(document);
+        for (VORN_XML_SAX_INPUT_SOURCE* source :
+             std::initializer_list<VORN_XML_SAX_INPUT_SOURCE*>{&string, &streamed}) {
+            VORN_XML_SAX_PARSER parser;
+            ASSERT_TRUE(parser.parse(source));
+            ASSERT_FALSE(parser.get_error_handler()->has_error_messages());
+            ASSERT_EQ(vorn_test::dump_tree(parser.get_tree_handler()->get_root_element()), theirs);
+            if (source == &string)
+                vorn_test::expect_written_back(parser.get_tree_handler()->get_root_element(), 2);
+        }
     }
     std::printf("%u documents compared with expat\n", documents);
 }

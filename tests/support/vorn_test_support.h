@@ -65,10 +65,11 @@ struct OUTCOME {
 };
 
 // Parses `document` with a fresh parser and a RECORDING_HANDLER through the
-// string, file and byte sources, each wrapped in a counting source, checks
-// that the outcomes agree, and returns the string source's.  A document
-// that parses gives its whole text to process_end_document (unless a NUL or
-// 0xFF cuts it short), and its tree, written back, reads back the same.
+// string, file, streaming and byte sources, each wrapped in a counting
+// source that copies their text, checks that the outcomes agree, and
+// returns the string source's.  A document that parses gives its whole text
+// to process_end_document (the streaming source none; a NUL or 0xFF may cut
+// it short), and its tree, written back, reads back the same.
 OUTCOME parse_all_ways(const std::string& document);
 
 // Writes the tree of `root` with the given indent and expects it to read

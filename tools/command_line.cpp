@@ -1,0 +1,117 @@
+// The command line: options, the help text (help.txt) and the version.
+#include <cstdio>
+#include <iostream>
+
+#include "vornxml_help.h"
+#include "vornxml_tool.h"
+
+namespace vornxml_tool {
+namespace {
+
+// The modes, by option.  Short names may be null.
+const struct {
+    const char* name;
+    const char* short_name;
+    std::unique_ptr<DOCUMENT_MODE> (*make)();
+} modes[] = {
+    {"--events", nullptr, make_events_mode},
+    {"--format", nullptr, make_format_mode},
+    {"--quiet", "-q", make_quiet_mode},
+};
+
+int usage_error(const std::string& what)
+{
+    std::cerr << "vornxml: " << what << "; try vornxml --help\n";
+    return 2;
+}
+
+// "--a, --b and --c exclude each other"
+std::string exclusion_message()
+{
+    std::string names;
+    const std::size_t count = sizeof modes / sizeof modes[0];
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i > 0)
+            names += i + 1 == count ? " and " : ", ";
+        names += modes[i].name;
+    }
+    return names + " exclude each other";
+}
+
+// Makes --select's mode from its PATH, --count and the mode option given
+// (null: none).
+int read_select(const std::string& text, bool count, std::unique_ptr<DOCUMENT_MODE> (*mode_given)(), COMMAND& command)
+{
+    if (mode_given != nullptr && mode_given != make_format_mode)
+        return usage_error("--select goes with --format or --count only");
+    if (count && mode_given != nullptr)
+        return usage_error("--format and --count exclude each other");
+    auto path = std::make_shared<VORN_XML_PATH>();
+    if (!path->compile(text)) {
+        std::cerr << "vornxml: bad path " << quoted(text) << ": " << path->get_error_message() << '\n';
+        return 2;
+    }
+    const SELECT_OUTPUT output = count                            ? SELECT_OUTPUT::COUNT
+                                 : mode_given == make_format_mode ? SELECT_OUTPUT::FORMAT
+                                                                  : SELECT_OUTPUT::TREE;
+    command.make_mode = [path, output] { return make_select_mode(path, output); };
+    return -1;
+}
+
+}  // namespace
+
+int read_command_line(int argc, char** argv, COMMAND& command)
+{
+    std::unique_ptr<DOCUMENT_MODE> (*mode_given)() = nullptr;
+    bool select_given = false;
+    std::string select;
+    bool count = false;
+    bool options_done = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        if (!options_done && arg == "--select") {
+            if (i + 1 == argc)
+                return usage_error("--select needs a PATH");
+            select = argv[++i];
+            select_given = true;
+            continue;
+        }
+        if (!options_done && arg == "--count") {
+            count = true;
+            continue;
+        }
+        if (options_done || arg == "-" || arg.empty() || arg[0] != '-') {
+            command.files.push_back(arg);
+            continue;
+        }
+        if (arg == "--") {
+            options_done = true;
+            continue;
+        }
+        if (arg == "--help" || arg == "-h") {
+            std::fputs(help_text, stdout);
+            return 0;
+        }
+        if (arg == "--version") {
+            std::fputs(version_text, stdout);
+            return 0;
+        }
+        std::unique_ptr<DOCUMENT_MODE> (*chosen)() = nullptr;
+        for (const auto& mode : modes)
+            if (arg == mode.name || (mode.short_name != nullptr && arg == mode.short_name))
+                chosen = mode.make;
+        if (chosen == nullptr)
+            return usage_error("unknown option " + arg);
+        if (mode_given != nullptr && chosen != mode_given)
+            return usage_error(exclusion_message());
+        command.make_mode = chosen;
+        mode_given = chosen;
+    }
+    if (command.files.empty())
+        return usage_error("expected at least one FILE (or - for standard input)");
+    if (!select_given)
+        return count ? usage_error("--count goes with --select") : -1;
+    return read_select(select, count, mode_given, command);
+}
+
+}  // namespace vornxml_tool
