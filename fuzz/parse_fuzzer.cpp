@@ -20,6 +20,8 @@
 
 #include <vorn_xml.h>
 
+#include "fuzz_text.h"
+
 namespace {
 
 void check(bool condition, const char* what)
@@ -28,15 +30,6 @@ void check(bool condition, const char* what)
         std::fprintf(stderr, "invariant broken: %s\n", what);
         std::abort();
     }
-}
-
-std::string attributes_text(const VORN_XML_ATTRIB_LIST* list)
-{
-    std::string text = "{";
-    if (list != nullptr)
-        for (const auto& pair : list->attrib_map)
-            text += pair.first + "=" + pair.second + ";";
-    return text + "}";
 }
 
 // Records the events as lines ("<name{a=1;}", "/", "#text") and, when a tree

@@ -29,7 +29,7 @@ extern char vorn_xml_buffer[4096];
 class VORN_XML_SAX_INPUT_SOURCE {
 public:
     bool is_open = false;  // ready to deliver characters
-    std::string xml_text;  // the document text handed out so far
+    std::string xml_text;  // the document text handed out (see each kind)
 
     VORN_XML_SAX_INPUT_SOURCE() = default;
     VORN_XML_SAX_INPUT_SOURCE(const VORN_XML_SAX_INPUT_SOURCE&) = delete;
@@ -92,11 +92,15 @@ private:
 // ---------------------------------------------------------------------------
 // VORN_XML_STRING_INPUT_SOURCE: delivers the bytes of a string held in
 // memory.  Open as soon as it is constructed.  The source keeps one copy of
-// the document: while it delivers, the text is in xml_string; when it
-// delivers its end of input, the text moves to xml_text (xml_string is then
-// empty), so a successful parse hands the whole document to
-// process_end_document.  A string source delivers at most 4 GiB - 1 bytes
-// (its position is 32 bits); it reports the end of input there.
+// the document.  While it delivers, the text is in xml_string and xml_text is
+// left as it is (empty for a source of the library's making).  When it
+// delivers its end of input, the text it delivered moves into xml_text (cut
+// before the byte 0xFF that ended it, if one did) and xml_string becomes
+// empty.  So a parse that reads to the end hands process_end_document the
+// delivered text, and one that succeeds without reaching the end (its last
+// token an empty quoted string) hands it an empty text.  A string source delivers
+// at most 4 GiB - 1 bytes (its position is 32 bits); it reports the end of
+// input there.
 // ---------------------------------------------------------------------------
 class VORN_XML_STRING_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:
@@ -111,8 +115,8 @@ public:
 
     ~VORN_XML_STRING_INPUT_SOURCE() override;
 
-    // The next byte of the string; -1 at its end (moving the text into
-    // xml_text) and at a byte 0xFF, and for good after that.
+    // The next byte of the string; -1 at its end and at a byte 0xFF (moving
+    // the delivered text into xml_text), and for good after that.
     int get_next_char() override;
 
 private:

@@ -133,8 +133,10 @@ private:
     void read_char() { current_char = static_cast<char>(input_source->get_next_char()); }
     void next_token();            // get_next_token(false, 0) without the copy
     void gather_text(char stop);  // get_next_token(true, stop) without the copy
-    void skip_comment();
-    void read_quoted_string();
+    // The same over the window of the source (see next_token()).
+    template <class WINDOW> void read_token(WINDOW& window);
+    template <class WINDOW> char skip_comment(WINDOW& window);
+    template <class WINDOW> void read_text(WINDOW& window, char stop);
     // need_token(expected, true) for a literal, without making a string.
     template <std::size_t N> bool need_text(const char (&expected)[N])
     {

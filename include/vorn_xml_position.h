@@ -60,9 +60,11 @@ public:
     bool after_lt;                     // the last character was "<"
     bool keep_text;                    // xml_text follows inner->xml_text
 
-    // Wraps `source` and takes is_open from it.  With `copy_text`,
-    // xml_text starts as a copy of the source's and follows it.
-    explicit VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source, bool copy_text = false);
+    // Wraps `source` and takes is_open from it; xml_text stays empty.
+    explicit VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source);
+    // The same; with `copy_text`, xml_text starts as a copy of the source's
+    // and follows it.
+    VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source, bool copy_text);
     VORN_XML_COUNTING_INPUT_SOURCE(const VORN_XML_COUNTING_INPUT_SOURCE&) = delete;
     VORN_XML_COUNTING_INPUT_SOURCE& operator=(const VORN_XML_COUNTING_INPUT_SOURCE&) = delete;
     ~VORN_XML_COUNTING_INPUT_SOURCE() override;

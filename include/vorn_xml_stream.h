@@ -25,7 +25,11 @@
 // one thread or on several (one thread per source).  A byte 0xFF ends the
 // input as for every source; a NUL byte is delivered like any other.
 // No source files messages: a read that fails (other than for EINTR, which
-// is retried) ends the input, and get_error() tells why.
+// is retried) ends the input, and get_error() tells why.  The parser reads
+// a source of exactly this class in bulk, straight from its buffer; a class
+// derived from it is read one get_next_char() at a time.  (A source over a
+// memory-mapped file was measured against this one and saved about 1% of
+// the parse while keeping every page read resident, so there is none.)
 // ---------------------------------------------------------------------------
 class VORN_XML_STREAM_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:

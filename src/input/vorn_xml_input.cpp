@@ -71,14 +71,6 @@ __attribute__((noinline)) int VORN_XML_FILE_INPUT_SOURCE::read_next_chunk()
     buffer_count = xml_file->read(vorn_xml_buffer, chunk_size);
     if (buffer_count >= 1) {
         vorn_xml_buffer[buffer_count] = '\0';
-        if (xml_text.empty()) {
-            // xml_text will hold the whole file: one allocation of its size
-            // instead of a series of doublings, each copying what came
-            // before and briefly holding both copies.
-            const long long size = xml_file->get_size();
-            if (size > 0 && static_cast<unsigned long long>(size) < xml_text.max_size())
-                xml_text.reserve(static_cast<std::string::size_type>(size));
-        }
         // The chunk goes in as a C string: an embedded NUL ends what is kept.
         xml_text.append(vorn_xml_buffer, std::strlen(vorn_xml_buffer));
         last_char = vorn_xml_buffer[0];
@@ -120,11 +112,17 @@ int VORN_XML_STRING_INPUT_SOURCE::get_next_char()
     return end_of_text();
 }
 
-// The end (or a byte 0xFF): hand the whole text over to xml_text, so the
-// source holds one copy of it, and stay at the end from now on.  Out of line
-// so that the per-character path above needs no stack frame.
+// The end (or a byte 0xFF): the delivered text, cut before a byte 0xFF that
+// ended it, moves over to xml_text, so the source holds one copy of it, and
+// the source stays at the end from now on.  Out of line so that the
+// per-character path above needs no stack frame.
 __attribute__((noinline)) int VORN_XML_STRING_INPUT_SOURCE::end_of_text()
 {
+    std::string::size_type delivered = string_pos;
+    if (last_char == -1)
+        --delivered;  // string_pos has moved past the byte 0xFF
+    if (delivered < xml_string.size())
+        xml_string.resize(delivered);
     if (xml_text.empty())
         xml_text.swap(xml_string);
     else

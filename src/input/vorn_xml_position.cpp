@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "../internal/vorn_xml_failures.h"
+
 namespace {
 
 // The position `count` bytes before `at` on the same line.
@@ -14,15 +16,14 @@ VORN_XML_POSITION back_on_line(VORN_XML_POSITION at, uint64_t count)
     return at;
 }
 
-bool ends_with(const std::string& text, const std::string& tail)
-{
-    return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
-
+// True when `message` is an end tag's name that differs from its start
+// tag's (not a missing end tag, whose name is empty).
 bool is_named_mismatch(const std::string& message)
 {
-    return message.compare(0, 7, "Start (") == 0 && ends_with(message, ") identifiers do not match") &&
-           !ends_with(message, "end tag () identifiers do not match");
+    vorn_xml::FAILURE kind;
+    std::string end_name;
+    return vorn_xml::failure_kind_of(message, kind, &end_name) && kind == vorn_xml::FAILURE::END_TAG_MISMATCH &&
+           !end_name.empty();
 }
 
 }  // namespace
@@ -33,6 +34,11 @@ VORN_XML_COUNTING_INPUT_SOURCE::VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPU
     is_open = source.is_open;
     if (keep_text)
         xml_text = source.xml_text;
+}
+
+VORN_XML_COUNTING_INPUT_SOURCE::VORN_XML_COUNTING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source)
+    : VORN_XML_COUNTING_INPUT_SOURCE(source, false)
+{
 }
 
 VORN_XML_COUNTING_INPUT_SOURCE::~VORN_XML_COUNTING_INPUT_SOURCE() = default;

@@ -4,7 +4,11 @@
 #include <typeinfo>
 #include <vector>
 
+#include "../internal/vorn_xml_failures.h"
 #include "vorn_xml_parser.h"
+
+using vorn_xml::FAILURE;
+using vorn_xml::failure_message;
 
 bool VORN_XML_SAX_PARSER::parse_xml_signature_line()
 {
@@ -91,12 +95,12 @@ bool VORN_XML_SAX_PARSER::get_attributes()
         name.assign(current_token);
         next_token();
         if (!need_text("=")) {
-            file_error("Attribute equal (\"=\") token is missing for attribute : " + name);
+            file_error(failure_message(FAILURE::ATTRIBUTE_EQUAL_MISSING, name));
             result = false;
             continue;
         }
         if (token_type != TOKEN_STRING) {
-            file_error("Attribute value is missing for attribute : " + name);
+            file_error(failure_message(FAILURE::ATTRIBUTE_VALUE_MISSING, name));
             result = false;
             continue;
         }
@@ -183,7 +187,7 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
         end_name.clear();
         parse_xml_end_tag(end_name);
         if (open_names.back() != end_name) {
-            file_error("Start (" + open_names.back() + ") and end tag (" + end_name + ") identifiers do not match");
+            file_error(failure_message(FAILURE::END_TAG_MISMATCH, open_names.back(), end_name));
             return false;
         }
         open_names.pop_back();

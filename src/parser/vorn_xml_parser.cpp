@@ -1,7 +1,11 @@
 // The parser: construction and ownership, and the document driver.
 #include <memory>
 
+#include "../internal/vorn_xml_failures.h"
 #include "vorn_xml_parser.h"
+
+using vorn_xml::FAILURE;
+using vorn_xml::failure_message;
 
 VORN_XML_SAX_PARSER::VORN_XML_SAX_PARSER()
     : current_char(' '), token_type(TOKEN_UNKNOWN), owns_tree_handler(true), input_source(nullptr),
@@ -62,20 +66,20 @@ bool VORN_XML_SAX_PARSER::parse_xml()
         return false;
     tree_handler->process_start_document();
     if (!parse_xml_signature_line()) {
-        file_error("XML signature header line not found");
+        file_error(failure_message(FAILURE::SIGNATURE_NOT_FOUND));
         return false;
     }
     std::string version;
     if (current_attrib_list != nullptr)
         current_attrib_list->find_attrib("version", version);
     if (version != "1.0") {
-        file_error("Unknown XML version encountered");
+        file_error(failure_message(FAILURE::UNKNOWN_VERSION));
         return false;
     }
     if (!parse_xml10_xml_body())
         return false;
     if (!current_token.empty()) {
-        file_error("Extra input found after the root end tag");
+        file_error(failure_message(FAILURE::EXTRA_INPUT));
         return false;
     }
     tree_handler->process_end_document(input_source->xml_text.c_str());

@@ -1,22 +1,26 @@
 // The tokenizer and the character data reader.
-#include "vorn_xml_chars.h"
+#include "../internal/vorn_xml_failures.h"
+#include "../internal/vorn_xml_window.h"
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+#include "../internal/vorn_xml_chars.h"
 #include "vorn_xml_parser.h"
+
+using vorn_xml::FAILURE;
+using vorn_xml::failure_message;
 
 using namespace vorn_xml_chars;
 
 namespace {
-
-inline char fold(char c)
-{
-    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
-}
 
 bool equal_ignoring_case(const std::string& a, const std::string& b)
 {
     if (a.size() != b.size())
         return false;
     for (std::string::size_type i = 0; i < a.size(); ++i) {
-        if (fold(a[i]) != fold(b[i]))
+        if (fold_case(a[i]) != fold_case(b[i]))
             return false;
     }
     return true;
@@ -24,44 +28,59 @@ bool equal_ignoring_case(const std::string& a, const std::string& b)
 
 constexpr char end_of_input = -1;
 
-// Long runs of characters are gathered in pieces of this size and appended
-// to the token a piece at a time, not one push_back each.
-constexpr std::size_t piece_size = 256;
-
-// Appends current_char and the characters after it to current_token while
-// `keep` holds for them, one get_next_char() each; the first character for
-// which it fails is left in current_char.  For names and numbers, which are
-// short: a character at a time.
-template <class KEEP> inline void take_short_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
+// Takes the run of characters after the current one for which `keep` holds,
+// appending them to `token` unless it is null, and returns the first
+// character for which it fails (delivered: it becomes the current
+// character).  `keep` must fail for end of input.  The part of a run in the
+// source's window is scanned in memory and consumed at once.
+template <class WINDOW, class KEEP> inline char take_run(WINDOW& window, std::string* token, KEEP keep)
 {
-    VORN_XML_SAX_INPUT_SOURCE* const source = parser.input_source;
-    std::string& token = parser.current_token;
-    char c = parser.current_char;
-    do {
-        token.push_back(c);
-        c = static_cast<char>(source->get_next_char());
-    } while (keep(c));
-    parser.current_char = c;
+    for (;;) {
+        const char* const begin = window.next;
+        const char* p = begin;
+        const char* const end = window.end;
+        while (p != end && keep(*p))
+            ++p;
+        if (p != begin) {
+            if (token != nullptr)
+                token->append(begin, static_cast<std::size_t>(p - begin));
+            window.consume(p);
+        }
+        const char c = window.get();
+        if (!keep(c))
+            return c;
+        if (token != nullptr)
+            token->push_back(c);
+    }
 }
 
-// The same for runs that may be long (quoted strings), gathered in pieces
-// and appended a piece at a time.
-template <class KEEP> inline void take_run(VORN_XML_SAX_PARSER& parser, KEEP keep)
+// The first byte of [p, end) that is `stop`, "&" or 0xFF, or end: where a
+// run of plain character data ends.  Sixteen bytes at a time where the
+// processor allows.
+inline const char* end_of_plain_text(const char* p, const char* end, char stop)
 {
-    VORN_XML_SAX_INPUT_SOURCE* const source = parser.input_source;
-    char piece[piece_size];
-    std::size_t length = 0;
-    char c = parser.current_char;
-    do {
-        piece[length++] = c;
-        c = static_cast<char>(source->get_next_char());
-        if (length == piece_size) {
-            parser.current_token.append(piece, length);
-            length = 0;
-        }
-    } while (keep(c));
-    parser.current_char = c;
-    parser.current_token.append(piece, length);
+#ifdef __SSE2__
+    const __m128i stops = _mm_set1_epi8(stop);
+    const __m128i ampersands = _mm_set1_epi8('&');
+    const __m128i ends = _mm_set1_epi8(end_of_input);
+    while (end - p >= 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i found = _mm_or_si128(
+            _mm_or_si128(_mm_cmpeq_epi8(bytes, stops), _mm_cmpeq_epi8(bytes, ampersands)), _mm_cmpeq_epi8(bytes, ends));
+        const int mask = _mm_movemask_epi8(found);
+        if (mask != 0)
+            return p + __builtin_ctz(static_cast<unsigned>(mask));
+        p += 16;
+    }
+#endif
+    while (p != end && *p != stop && *p != '&' && *p != end_of_input)
+        ++p;
+    return p;
+}
+
+inline bool in_string(char c)
+{
+    return c != '"' && c != end_of_input;
 }
 
 }  // namespace
@@ -77,141 +96,156 @@ std::string VORN_XML_SAX_PARSER::get_next_token(bool text_mode, char stop)
 
 void VORN_XML_SAX_PARSER::next_token()
 {
+    vorn_xml_with_window(*input_source, [this](auto& window) { read_token(window); });
+}
+
+template <class WINDOW> void VORN_XML_SAX_PARSER::read_token(WINDOW& window)
+{
     current_token.clear();
+    char c = current_char;
     for (;;) {
-        if (class_of(current_char) == CLASS_SPACE) {
-            VORN_XML_SAX_INPUT_SOURCE* const source = input_source;
-            char c;
-            do
-                c = static_cast<char>(source->get_next_char());
-            while (class_of(c) == CLASS_SPACE);
+        if (is_space(c))
+            c = take_run(window, nullptr, is_space);
+        if (c == end_of_input) {
             current_char = c;
-        }
-        if (current_char == end_of_input) {
             token_type = TOKEN_END_OF_INPUT;
             return;
         }
-        switch (class_of(current_char)) {
-        case CLASS_QUOTE: read_quoted_string(); return;
+        switch (class_of(c)) {
+        case CLASS_QUOTE:
+            c = window.get();  // past the opening quote
+            if (c != '"') {
+                // Taken before it is tested: an end of input right after
+                // the opening quote goes into the token once, as the byte
+                // 0xFF.
+                current_token.push_back(c);
+                c = take_run(window, &current_token, in_string);
+            }
+            if (c == end_of_input) {
+                current_char = c;
+                file_error(failure_message(FAILURE::QUOTED_STRING_CUT));
+                token_type = TOKEN_UNKNOWN;
+                return;
+            }
+            token_type = TOKEN_STRING;
+            current_char = window.get();  // past the closing quote
+            return;
         case CLASS_LESS:
-            read_char();
-            if (current_char == '/') {
-                read_char();
-                current_token.push_back('<');
-                current_token.push_back('/');
+            c = window.get();
+            if (c == '/') {
+                current_char = window.get();
+                current_token.assign("</", 2);
                 token_type = TOKEN_END_TAG_OPEN;
                 return;
             }
-            if (current_char == '!') {
-                skip_comment();
+            if (c == '!') {
+                c = skip_comment(window);
                 continue;  // on as a fresh token: consecutive comments loop here
             }
+            current_char = c;
             current_token.push_back('<');
             token_type = TOKEN_TAG_OPEN;
             return;
         case CLASS_GREATER:
             current_token.push_back('>');
             token_type = TOKEN_TAG_CLOSE;
-            read_char();
+            current_char = window.get();
             return;
         case CLASS_DIGIT:
-            take_short_run(*this, is_digit);
+            current_token.push_back(c);
+            current_char = take_run(window, &current_token, is_digit);
             token_type = TOKEN_NUMBER;
             return;
         case CLASS_SYMBOL:
-            current_token.push_back(current_char);
+            current_token.push_back(c);
             token_type = TOKEN_SYMBOL;
-            read_char();
+            current_char = window.get();
             return;
         case CLASS_NAME_START:
-            take_short_run(*this, is_name_char);
+            current_token.push_back(c);
+            current_char = take_run(window, &current_token, is_name_char);
             token_type = TOKEN_IDENTIFIER;
             return;
         default:
             // Unknown: the character is not consumed and comes back as the
             // same token on the next call.
-            current_token.push_back(current_char);
+            current_char = c;
+            current_token.push_back(c);
             token_type = TOKEN_UNKNOWN;
             return;
         }
     }
 }
 
-void VORN_XML_SAX_PARSER::read_quoted_string()
+// From the "!" of "<!" to the character after the comment's end, which it
+// returns (end of input when the comment is not closed).
+template <class WINDOW> char VORN_XML_SAX_PARSER::skip_comment(WINDOW& window)
 {
-    read_char();  // past the opening quote
-    if (current_char != '"' && current_char != end_of_input)
-        take_run(*this, [](char c) { return c != '"' && c != end_of_input; });
-    if (current_char == '"') {
-        token_type = TOKEN_STRING;
-        read_char();  // past the closing quote
-        return;
-    }
-    file_error("Unexpected end of a quoted string encountered");
-    token_type = TOKEN_UNKNOWN;
-}
-
-void VORN_XML_SAX_PARSER::skip_comment()
-{
-    // current_char is the "!" of "<!".  The two characters after it (the
-    // hyphens of a well-formed comment) are not examined.
-    read_char();
-    read_char();
-    // Scan for "-->".  A character that breaks the chain is dropped and the
-    // scan starts over with a fresh read, so "--->" does not end a comment.
+    // The two characters after "!" (the hyphens of a well-formed comment)
+    // are not examined.
+    window.get();
+    window.get();
+    // Scan for "-->", `matched` counting its characters found so far.  A
+    // character that breaks the chain is dropped and the scan starts over
+    // with a fresh read, so "--->" does not end a comment.
+    const auto step = [](int matched, char c) {
+        if (matched == 2)
+            return c == '>' ? 3 : 0;
+        return c == '-' ? matched + 1 : 0;
+    };
+    int matched = 0;
     for (;;) {
-        read_char();
-        if (current_char == end_of_input)
-            return;
-        if (current_char != '-')
-            continue;
-        read_char();
-        if (current_char == end_of_input)
-            return;
-        if (current_char != '-')
-            continue;
-        read_char();
-        if (current_char == end_of_input)
-            return;
-        if (current_char == '>')
+        const char* p = window.next;
+        const char* const end = window.end;
+        while (p != end && *p != end_of_input && matched != 3)
+            matched = step(matched, *p++);
+        window.consume(p);
+        if (matched == 3)
+            break;
+        const char c = window.get();
+        if (c == end_of_input)
+            return c;
+        matched = step(matched, c);
+        if (matched == 3)
             break;
     }
-    read_char();  // past the ">"
+    return window.get();  // past the ">"
 }
 
 void VORN_XML_SAX_PARSER::gather_text(char stop)
 {
     current_token.clear();
-    if (token_type != TOKEN_UNKNOWN && token_type != TOKEN_END_OF_INPUT) {
-        // Plain characters are gathered here in pieces; a reference or the
-        // end of input goes through get_xml_text(), one call each, as the
-        // character data reader takes them in.
-        VORN_XML_SAX_INPUT_SOURCE* const source = input_source;
-        char piece[piece_size];
-        std::size_t length = 0;
-        char c = current_char;
-        while (c != stop) {
-            if (c == '&' || c == end_of_input) {
-                current_token.append(piece, length);
-                length = 0;
-                current_char = c;
-                get_xml_text();
-                if (token_type == TOKEN_END_OF_INPUT)
-                    break;
-                c = current_char;
-                continue;
-            }
-            piece[length++] = c;
-            c = static_cast<char>(source->get_next_char());
-            if (length == piece_size) {
-                current_token.append(piece, length);
-                length = 0;
-            }
-        }
-        current_char = c;
-        current_token.append(piece, length);
-    }
+    if (token_type != TOKEN_UNKNOWN && token_type != TOKEN_END_OF_INPUT)
+        vorn_xml_with_window(*input_source, [this, stop](auto& window) { read_text(window, stop); });
     token_type = TOKEN_STRING;
+}
+
+// Runs of plain characters are taken at once; a reference or the end of
+// input goes through get_xml_text(), one call each, as the character data
+// reader takes them in.
+template <class WINDOW> void VORN_XML_SAX_PARSER::read_text(WINDOW& window, char stop)
+{
+    char c = current_char;
+    while (c != stop) {
+        if (c == '&' || c == end_of_input) {
+            current_char = c;
+            get_xml_text();
+            if (token_type == TOKEN_END_OF_INPUT)
+                return;
+            c = current_char;
+            window.refill();
+            continue;
+        }
+        current_token.push_back(c);
+        const char* const begin = window.next;
+        const char* const p = end_of_plain_text(begin, window.end, stop);
+        if (p != begin) {
+            current_token.append(begin, static_cast<std::size_t>(p - begin));
+            window.consume(p);
+        }
+        c = window.get();
+    }
+    current_char = c;
 }
 
 void VORN_XML_SAX_PARSER::get_xml_text()
@@ -281,11 +315,8 @@ bool VORN_XML_SAX_PARSER::need_token(const std::string& expected, bool case_sens
         next_token();
         return true;
     }
-    std::string message("Error: ");
-    message += expected;
-    message += " was needed but got ";
-    message += case_sensitive ? current_token : to_lower_case(current_token);
-    file_error(message);
+    file_error(failure_message(FAILURE::TOKEN_NEEDED, expected,
+                               case_sensitive ? current_token : to_lower_case(current_token)));
     return false;
 }
 
@@ -301,6 +332,6 @@ bool VORN_XML_SAX_PARSER::is_xml_identifier(std::string& name)
         next_token();
         return true;
     }
-    file_error("Expected identifier (" + name + " not found");
+    file_error(failure_message(FAILURE::IDENTIFIER_NEEDED, name));
     return false;
 }

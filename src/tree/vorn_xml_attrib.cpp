@@ -1,17 +1,15 @@
 #include "vorn_xml_attrib.h"
 
+#include "../internal/vorn_xml_chars.h"
+
 bool LESS_C_STRING::operator()(const std::string& a, const std::string& b) const
 {
     // Works on the C-string forms: a NUL ends a name.
     const unsigned char* p = reinterpret_cast<const unsigned char*>(a.c_str());
     const unsigned char* q = reinterpret_cast<const unsigned char*>(b.c_str());
     for (;; ++p, ++q) {
-        unsigned x = *p;
-        unsigned y = *q;
-        if (x - 'A' < 26u)
-            x += 0x20;
-        if (y - 'A' < 26u)
-            y += 0x20;
+        const unsigned x = static_cast<unsigned char>(vorn_xml_chars::fold_case(static_cast<char>(*p)));
+        const unsigned y = static_cast<unsigned char>(vorn_xml_chars::fold_case(static_cast<char>(*q)));
         if (x != y || x == 0)
             return static_cast<int>(x) - static_cast<int>(y) < 0;
     }

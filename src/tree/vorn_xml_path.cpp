@@ -4,19 +4,18 @@
 
 #include <cstdio>
 
+#include "../internal/vorn_xml_chars.h"
+
 namespace {
 
 constexpr long max_position = 999999999;
 
 bool is_name_start(char c)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+    return vorn_xml_chars::class_of(c) == vorn_xml_chars::CLASS_NAME_START;
 }
 
-bool is_name_char(char c)
-{
-    return is_name_start(c) || (c >= '0' && c <= '9');
-}
+using vorn_xml_chars::is_name_char;
 
 // Reads a path's text; each read_* returns false after setting `error`.
 class READER {

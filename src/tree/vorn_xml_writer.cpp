@@ -2,7 +2,7 @@
 
 #include "vorn_xml_walk.h"
 
-#include "../parser/vorn_xml_chars.h"
+#include "../internal/vorn_xml_chars.h"
 
 #include <cstring>
 #include <string>

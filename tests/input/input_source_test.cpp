@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <vector>
 
 #include <fcntl.h>
@@ -60,12 +61,13 @@ TEST(input_source, bytes_are_delivered_as_signed_chars)
     const struct {
         std::string bytes;
         std::vector<int> delivered;
-        std::string file_text;  // the file source's xml_text afterwards
+        std::string file_text;    // the file source's xml_text afterwards
+        std::string string_text;  // the string source's, once the end is delivered
     } cases[] = {
-        {"", {-1, -1, -1}, ""},
-        {"\xE9\x80\xFE", {-23, -128, -2, -1, -1, -1}, "\xE9\x80\xFE"},
-        {"a\xFF\x62", {97, -1, -1, -1}, "a\xFF\x62"},            // 0xFF ends the input
-        {std::string("a\0b", 3), {97, 0, 98, -1, -1, -1}, "a"},  // a NUL cuts the chunk kept
+        {"", {-1, -1, -1}, "", ""},
+        {"\xE9\x80\xFE", {-23, -128, -2, -1, -1, -1}, "\xE9\x80\xFE", "\xE9\x80\xFE"},
+        {"a\xFF\x62", {97, -1, -1, -1}, "a\xFF\x62", "a"},                               // 0xFF ends the input
+        {std::string("a\0b", 3), {97, 0, 98, -1, -1, -1}, "a", std::string("a\0b", 3)},  // a NUL cuts a chunk
     };
     vorn_test::TEMP_DIR dir;
     for (const auto& c : cases) {
@@ -80,9 +82,26 @@ TEST(input_source, bytes_are_delivered_as_signed_chars)
         for (VORN_XML_STRING_INPUT_SOURCE* source : {&copied, &moved}) {
             EXPECT_TRUE(source->is_open);
             EXPECT_EQ(drain(*source), c.delivered);
-            EXPECT_EQ(source->xml_text, c.bytes);  // the whole text, once the end is delivered
+            EXPECT_EQ(source->xml_text, c.string_text);
         }
     }
+}
+
+// Room is taken for what was read, not for the size of the file: a huge
+// sparse file that is no document costs one chunk.
+TEST(input_source, a_huge_file_is_read_as_far_as_needed)
+{
+    vorn_test::TEMP_DIR dir;
+    const std::string path = dir.write("huge.xml", "x");
+    std::filesystem::resize_file(path, 100ULL << 30);
+    VORN_XML_FILE_INPUT_SOURCE source;
+    const COUNTING_FILE* file = open_counted(source, path);
+    VORN_XML_SAX_PARSER parser;
+    EXPECT_FALSE(parser.parse(&source));
+    EXPECT_EQ(vorn_test::error_messages(parser.get_error_handler()),
+              (std::vector<std::string>{vorn_test::msg::needed("<", "x"), vorn_test::msg::no_declaration}));
+    EXPECT_EQ(file->reads, std::vector<int>{4095});
+    EXPECT_LT(source.xml_text.capacity(), 1u << 20);
 }
 
 // Blank paths are not opened; trailing blanks belong to the name.

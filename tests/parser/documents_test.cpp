@@ -56,7 +56,8 @@ TEST(documents, declaration)
            {"<?xml version='1.0'?>", false, {no_value("version"), no_declaration}, ""},
            {"<?xml version=\"1.0\">", false, {needed("?", ">"), no_declaration}, ""},
            {"<?xml version=\"1.0\"?", false, {needed(">", ""), no_declaration}, ""},
-           {"<?xml version=\"1.0?>", false, {unquoted, no_value("version"), no_declaration}, ""}},
+           {"<?xml version=\"1.0?>", false, {unquoted, no_value("version"), no_declaration}, ""},
+           {"<?xml \"", false, {unquoted, needed("?", "\xFF"), no_declaration}, ""}},
           "");
 }
 
@@ -145,6 +146,7 @@ TEST(documents, text_cut_short)
         {"<a>x&lt</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt</a>"},  // "<" ends no reference
         {"<a>x\xFF</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x"},
         {"<a>\"q</a>", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars q</a>"},
+        {"<a>\"", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars \xFF"},  // the end taken once
     };
     // A byte the tokenizer does not know is not consumed: it is all the text
     // there is, and it is what the end tag gets.
@@ -174,4 +176,16 @@ TEST(documents, around_the_top_level_element)
         {"text<a/>", false, {extra}, "chars text"},
         {"<a/>x<!-- -->y", false, {extra}, "start a {}; end a; chars x"},
     });
+}
+
+// What a string source hands process_end_document: the text it delivered, cut
+// before a byte 0xFF that ended it, or nothing when the parse ended early.
+TEST(documents, text_handed_to_the_end_of_the_document)
+{
+    const std::string doc = DECL + "<a/>";
+    for (const auto& [tail, text] :
+         std::vector<std::pair<std::string, std::string>>{{"", doc}, {"x\xFFy", doc + "x"}, {"x<!-- -->\"\"y", ""}}) {
+        SCOPED_TRACE(tail);
+        EXPECT_EQ(vorn_test::parse_all_ways(doc + tail).end_text, text);
+    }
 }

@@ -60,16 +60,17 @@ struct OUTCOME {
     bool ok = false;
     std::vector<std::string> errors;
     std::vector<std::string> events;
-    std::string tree;  // dump_tree() of the root
-    std::string at;    // "LINE:COLUMN" of a failure, as the counting source has it
+    std::string tree;      // dump_tree() of the root
+    std::string at;        // "LINE:COLUMN" of a failure, as the counting source has it
+    std::string end_text;  // what process_end_document received (each source its own)
 };
 
 // Parses `document` with a fresh parser and a RECORDING_HANDLER through the
 // string, file, streaming and byte sources, each wrapped in a counting
 // source that copies their text, checks that the outcomes agree, and
-// returns the string source's.  A document that parses gives its whole text
-// to process_end_document (the streaming source none; a NUL or 0xFF may cut
-// it short), and its tree, written back, reads back the same.
+// returns the string source's.  When the string source hands the whole
+// document to process_end_document, the file and byte sources do too (the
+// streaming source nothing); a tree read, written back, reads back the same.
 OUTCOME parse_all_ways(const std::string& document);
 
 // Writes the tree of `root` with the given indent and expects it to read

@@ -1,5 +1,6 @@
-// The byte classes of the reader, shared by the tokenizer and by the writer,
-// which must know what the reader will make of each byte.  Internal: not
+// The byte classes of the reader, shared by the tokenizer, the writer (which
+// must know what the reader will make of each byte), the path compiler and
+// the string helpers, and the library's one case folding.  Internal: not
 // installed.
 #ifndef VORN_XML_CHARS_H
 #define VORN_XML_CHARS_H
@@ -60,6 +61,19 @@ inline bool is_name_char(char c)
 inline bool is_digit(char c)
 {
     return c >= '0' && c <= '9';
+}
+
+inline bool is_space(char c)
+{
+    return class_of(c) == CLASS_SPACE;
+}
+
+// The library's one case folding: A-Z to a-z, every other byte as it is
+// (names compare this way in need_token, attribute lists and the string
+// helpers alike).
+constexpr char fold_case(char c)
+{
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
 }  // namespace vorn_xml_chars
