@@ -1,6 +1,6 @@
 // Shared helpers for the tests: temporary files, a one-byte-at-a-time source,
 // an event recorder, and a driver that runs one document through every kind
-// of source.
+// of source.  The message texts are in vorn_test_messages.h.
 #ifndef VORN_TEST_SUPPORT_H
 #define VORN_TEST_SUPPORT_H
 
@@ -9,6 +9,8 @@
 #include <vector>
 
 #include <vorn_xml.h>
+
+#include "vorn_test_messages.h"
 
 namespace vorn_test {
 
@@ -59,13 +61,21 @@ struct OUTCOME {
     std::vector<std::string> errors;
     std::vector<std::string> events;
     std::string tree;      // dump_tree() of the root
-    std::string end_text;  // what process_end_document received
+    std::string at;        // "LINE:COLUMN" of a failure, as the counting source has it
+    std::string end_text;  // what process_end_document received (each source its own)
 };
 
 // Parses `document` with a fresh parser and a RECORDING_HANDLER through the
-// string, file, streaming and byte sources, checks that the outcomes agree,
-// and returns the string source's (end_text is the string source's own).
+// string, file, streaming and byte sources, each wrapped in a counting
+// source that copies their text, checks that the outcomes agree, and
+// returns the string source's.  When the string source hands the whole
+// document to process_end_document, the file and byte sources do too (the
+// streaming source nothing); a tree read, written back, reads back the same.
 OUTCOME parse_all_ways(const std::string& document);
+
+// Writes the tree of `root` with the given indent and expects it to read
+// back as the same tree.
+void expect_written_back(VORN_XML_ELEMENT* root, int indent);
 
 // All messages of a collector's error list, in order.
 std::vector<std::string> error_messages(const VORN_XML_SAX_ERROR_HANDLER* errors);

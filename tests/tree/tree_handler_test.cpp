@@ -13,18 +13,14 @@ using vorn_test::dump_tree;
 
 namespace {
 
-// Records what it receives; optionally takes the attribute lists over.
+// Records what it receives.
 struct LISTENER : VORN_XML_SAX_EVENT_LISTENER {
     std::string log;
-    bool take_lists = false;
-    std::unique_ptr<VORN_XML_ATTRIB_LIST> taken;
     void process_start_document() override { log += "[ "; }
     void process_end_document(const char* text) override { log += std::string("]") + text + " "; }
     void process_start_element(const char* name, VORN_XML_ATTRIB_LIST*& attributes) override
     {
         log += std::string("<") + name + (attributes != nullptr ? "@ " : " ");
-        if (take_lists)
-            taken.reset(std::exchange(attributes, nullptr));
     }
     void process_end_element(VORN_XML_ELEMENT* e) override { log += e != nullptr ? ">" + e->element_name + " " : "> "; }
     void process_characters(const char* text) override { log += std::string("'") + text + " "; }
@@ -108,26 +104,5 @@ TEST(tree_handler, event_sequences_with_dom_mode_on_and_off)
             while (!live.empty())
                 delete *live.begin();
         }
-    }
-}
-
-TEST(tree_handler, attribute_lists_stay_the_callers)
-{
-    for (bool take : {false, true}) {
-        SCOPED_TRACE(take);
-        LISTENER listener;
-        listener.take_lists = take;
-        VORN_XML_SAX_TREE_HANDLER handler;
-        handler.set_event_listener(&listener);
-        auto* list = new VORN_XML_ATTRIB_LIST;
-        list->set_attrib("k", "v");
-        VORN_XML_ATTRIB_LIST* pointer = list;
-        handler.process_start_element("a", pointer);
-        EXPECT_EQ(pointer, take ? nullptr : list);
-        delete pointer;  // a taken list is the listener's
-        feed(handler, "<b > >");
-        EXPECT_EQ(dump_tree(handler.get_root_element()), "a{k=v}[b]");
-        EXPECT_EQ(handler.get_root_element()->get_first_sub_element()->attrib_list, nullptr);
-        EXPECT_EQ(listener.log, "<a@ <b >b >a ");
     }
 }
