@@ -2,11 +2,16 @@
 // that must change nothing a host can see.  Every input is parsed from a
 // string source, a file source and a streaming source, and again from a class derived from
 // each that only forwards get_next_char(), which the parser therefore reads
-// one character at a time.  Each pair must agree on everything recorded:
+// one character at a time.  Then from each kind again wrapped in a counting
+// source (read in bulk) and in a class derived from the counting source (one
+// character at a time), copying the text or not as the input's length says.
+// Each pair must agree on everything recorded:
 // the result, the messages, every event with the parser's reading state and
 // the source's fields at that moment (for the file source also the contents
-// of vorn_xml_buffer), the tree, the text given to process_end_document and
-// the source's fields at the end.  A difference aborts.
+// of vorn_xml_buffer; for a counting source its positions and its inner
+// source's fields), the tree, the text given to process_end_document, the
+// source's fields at the end and, for a counting source, the failure and
+// token positions.  A difference aborts.
 #include <unistd.h>
 
 #include <cstddef>
@@ -40,6 +45,16 @@ struct STREAM_ONE_BY_ONE : VORN_XML_STREAM_INPUT_SOURCE {
     int get_next_char() override { return VORN_XML_STREAM_INPUT_SOURCE::get_next_char(); }
 };
 
+struct COUNTING_ONE_BY_ONE : VORN_XML_COUNTING_INPUT_SOURCE {
+    using VORN_XML_COUNTING_INPUT_SOURCE::VORN_XML_COUNTING_INPUT_SOURCE;
+    int get_next_char() override { return VORN_XML_COUNTING_INPUT_SOURCE::get_next_char(); }
+};
+
+std::string place(const VORN_XML_POSITION& at)
+{
+    return std::to_string(at.line) + ":" + std::to_string(at.column) + "@" + std::to_string(at.offset);
+}
+
 // The source's fields; long texts by their size and hash, so that an event
 // costs little even in long inputs.
 std::string fields_of(const VORN_XML_SAX_INPUT_SOURCE* source)
@@ -48,6 +63,12 @@ std::string fields_of(const VORN_XML_SAX_INPUT_SOURCE* source)
         return std::to_string(size) + "#" + std::to_string(std::hash<std::string_view>()(std::string_view(data, size)));
     };
     std::string out = "text=" + digest(source->xml_text.data(), source->xml_text.size());
+    if (const auto* c = dynamic_cast<const VORN_XML_COUNTING_INPUT_SOURCE*>(source))
+        return out + " next=" + place(c->next) + " last=" + place(c->last) + " quotes=" + place(c->quotes[0]) + "," +
+               place(c->quotes[1]) + "," + place(c->quotes[2]) + "/" + std::to_string(c->quote_count) +
+               " end_tags=" + place(c->end_tag) + "," + place(c->end_tag_before) + "/" +
+               std::to_string(c->end_tag_count) + " after_lt=" + std::to_string(c->after_lt) +
+               " keep=" + std::to_string(c->keep_text) + " | inner " + fields_of(c->inner);
     if (const auto* m = dynamic_cast<const VORN_XML_STREAM_INPUT_SOURCE*>(source))
         return out + " pos=" + std::to_string(m->buffer_pos) + " count=" + std::to_string(m->buffer_count) +
                " last=" + std::to_string(m->last_char) + " error=" + std::to_string(m->error) +
@@ -128,6 +149,9 @@ std::vector<std::string> run(VORN_XML_SAX_INPUT_SOURCE& source)
         out.push_back("error " + message);
     out.push_back("end | char=" + std::to_string(parser.current_char) + " token=" + parser.current_token +
                   " type=" + std::to_string(parser.token_type) + " | " + fields_of(&source));
+    if (const auto* counting = dynamic_cast<const VORN_XML_COUNTING_INPUT_SOURCE*>(&source))
+        out.push_back("at " + place(counting->get_failure_position(parser)) + " token " +
+                      place(counting->get_token_position(parser)));
     for (const auto& root : recorder.replaced)
         out.push_back("tree " + tree_text(root.get()));
     out.push_back("tree " + tree_text(recorder.get_root_element()));
@@ -150,36 +174,50 @@ void check_same(const std::vector<std::string>& bulk, const std::vector<std::str
     std::abort();
 }
 
+// Reads a source made from `arg` in bulk and a ONE_BY_ONE made from it one
+// character at a time, then again each wrapped in a counting source (the
+// one-at-a-time one in COUNTING_ONE_BY_ONE over a SOURCE), and compares each
+// pair.  `file`: each read begins with vorn_xml_buffer as at load time.
+template <class SOURCE, class ONE_BY_ONE>
+void compare(const std::string& arg, const std::string& what, bool keep_text, bool file)
+{
+    const auto reset = [file] {
+        if (file)
+            std::memset(vorn_xml_buffer, 0, sizeof vorn_xml_buffer);
+    };
+    {
+        SOURCE bulk(arg);
+        ONE_BY_ONE single(arg);
+        reset();
+        const std::vector<std::string> first = run(bulk);
+        reset();
+        check_same(first, run(single), what.c_str());
+    }
+    SOURCE inner_bulk(arg);
+    SOURCE inner_single(arg);
+    VORN_XML_COUNTING_INPUT_SOURCE bulk(inner_bulk, keep_text);
+    COUNTING_ONE_BY_ONE single(inner_single, keep_text);
+    reset();
+    const std::vector<std::string> first = run(bulk);
+    reset();
+    check_same(first, run(single), ("counting " + what).c_str());
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const std::string document(reinterpret_cast<const char*>(data), size);
-    {
-        VORN_XML_STRING_INPUT_SOURCE bulk(document);
-        STRING_ONE_BY_ONE single(document);
-        check_same(run(bulk), run(single), "string source");
-    }
+    const bool keep_text = size % 2 == 1;
+    compare<VORN_XML_STRING_INPUT_SOURCE, STRING_ONE_BY_ONE>(document, "string source", keep_text, false);
     static const std::string path = "/tmp/vornxml-equivalence-" + std::to_string(getpid()) + ".xml";
     FILE* file = std::fopen(path.c_str(), "wb");
     if (file == nullptr || std::fwrite(document.data(), 1, document.size(), file) != document.size() ||
         std::fclose(file) != 0)
         std::abort();
-    {
-        VORN_XML_FILE_INPUT_SOURCE bulk(path);
-        FILE_ONE_BY_ONE single(path);
-        // One file source at a time, as the shared buffer requires; each
-        // begins with the buffer as it is at load time.
-        std::memset(vorn_xml_buffer, 0, sizeof vorn_xml_buffer);
-        const std::vector<std::string> first = run(bulk);
-        std::memset(vorn_xml_buffer, 0, sizeof vorn_xml_buffer);
-        check_same(first, run(single), "file source");
-    }
-    {
-        VORN_XML_STREAM_INPUT_SOURCE bulk(path);
-        STREAM_ONE_BY_ONE single(path);
-        check_same(run(bulk), run(single), "streaming source");
-    }
+    // One file source at a time is read, as the shared buffer requires.
+    compare<VORN_XML_FILE_INPUT_SOURCE, FILE_ONE_BY_ONE>(path, "file source", keep_text, true);
+    compare<VORN_XML_STREAM_INPUT_SOURCE, STREAM_ONE_BY_ONE>(path, "streaming source", keep_text, false);
     std::remove(path.c_str());
     return 0;
 }

@@ -37,6 +37,13 @@ struct VORN_XML_POSITION {
 // not be read by anyone else meanwhile.  is_open is copied from the inner
 // source when the wrapper is made, so wrap a source once it is open.
 //
+// The parser reads a wrapper of exactly this class over a string, file or
+// streaming source (exactly those classes) in bulk, straight from the inner
+// source's memory, and counts what it took a run at a time: at every event
+// and at the end each field is what get_next_char() one character at a time
+// would have left.  A class derived from the wrapper, and a wrapper over a
+// host's own source, are read one get_next_char() at a time.
+//
 // The wrapper keeps no text of its own: its memory is the same whatever the
 // document's size, and over a streaming source (vorn_xml_stream.h) it
 // reports places in documents of any size.  Its xml_text stays empty, so

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <utility>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,32 +16,66 @@ namespace {
 
 constexpr uint64_t progress_step = uint64_t{64} << 20;
 
-// A counting source that tells, on standard error, how far it has got
-// through a large input: every 64 MiB once it is past that, out of `size`
-// bytes when the size is known (not 0).
-class PROGRESS_SOURCE : public VORN_XML_COUNTING_INPUT_SOURCE {
+// Tells, on standard error, how far reading has got through a large input:
+// every 64 MiB once it is past that, out of `size` bytes when the size is
+// known (not 0).  It stands between the parser and the mode's handler and
+// looks at the counting source's offset at each event, so that the source is
+// still read in bulk; report() looks once more after the parse.  A report
+// comes out at the first event after its 64 MiB were read, before that
+// event's output: in the same order and with the same text as if the offset
+// were watched byte by byte.
+class PROGRESS : public VORN_XML_SAX_TREE_HANDLER {
 public:
-    PROGRESS_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source, const std::string& name, uint64_t size)
-        : VORN_XML_COUNTING_INPUT_SOURCE(source), label(name), total(size),
+    PROGRESS(VORN_XML_SAX_TREE_HANDLER& events, const VORN_XML_COUNTING_INPUT_SOURCE& source, std::string name,
+             uint64_t size)
+        : events(events), source(source), label(std::move(name)), total(size),
           next_report(size != 0 && size <= progress_step ? UINT64_MAX : progress_step)
     {
+        DOM_mode = false;  // the mode's handler builds what it builds
     }
 
-    int get_next_char() override
+    void process_start_document() override
     {
-        const int c = VORN_XML_COUNTING_INPUT_SOURCE::get_next_char();
-        if (next.offset >= next_report) {
+        report();
+        events.process_start_document();
+    }
+    void process_end_document(const char* text) override
+    {
+        report();
+        events.process_end_document(text);
+    }
+    void process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes) override
+    {
+        report();
+        events.process_start_element(name, attributes);
+    }
+    void process_end_element(const std::string& name) override
+    {
+        report();
+        events.process_end_element(name);
+    }
+    void process_characters(const std::string& text) override
+    {
+        report();
+        events.process_characters(text);
+    }
+
+    // Reports each step of 64 MiB that was read and not reported yet.
+    void report()
+    {
+        while (source.next.offset >= next_report) {
             std::string of;
             if (total != 0)
                 of = " of " + std::to_string(total >> 20);
             std::fprintf(stderr, "vornxml: %s: %llu%s MiB read\n", label.c_str(),
-                         static_cast<unsigned long long>(next.offset >> 20), of.c_str());
+                         static_cast<unsigned long long>(next_report >> 20), of.c_str());
             next_report += progress_step;
         }
-        return c;
     }
 
 private:
+    VORN_XML_SAX_TREE_HANDLER& events;
+    const VORN_XML_COUNTING_INPUT_SOURCE& source;
     std::string label;
     uint64_t total;
     uint64_t next_report;
@@ -85,15 +120,22 @@ int read_document(const std::string& path, const MODE_MAKER& make_mode, bool sev
         std::printf("==> %s <==\n", label.c_str());
 
     VORN_XML_SAX_PARSER parser;
-    parser.set_tree_handler(&mode->handler());
-    parser.enable_DOM_mode(mode->builds_tree());
+    VORN_XML_SAX_TREE_HANDLER& events = mode->handler();
+    events.DOM_mode = mode->builds_tree();
     bool ok;
     if (quiet) {
         // Nothing to report: the parser reads the source's buffer directly.
+        parser.set_tree_handler(&events);
         ok = parser.parse(&input);
     } else {
-        PROGRESS_SOURCE source(input, label, known && S_ISREG(info.st_mode) ? static_cast<uint64_t>(info.st_size) : 0);
+        // Read in bulk as well: the counting source is of the kind the
+        // parser reads straight from the streaming source's buffer.
+        VORN_XML_COUNTING_INPUT_SOURCE source(input);
+        PROGRESS progress(events, source, label,
+                          known && S_ISREG(info.st_mode) ? static_cast<uint64_t>(info.st_size) : 0);
+        parser.set_tree_handler(&progress);
         ok = parser.parse(&source);
+        progress.report();
         if (!ok)
             report_errors(label, parser, source);
     }

@@ -20,8 +20,11 @@
 //   which reads the next chunk, ends the input or does whatever else the
 //   source does there, and then looks at the window again (refill()).
 // - Only a source whose dynamic type is exactly one of the listed kinds has
-//   a window.  A class derived from one of them, and a host's own source, may
-//   deliver differently and is read one get_next_char() at a time.
+//   a window, and a counting source (exactly VORN_XML_COUNTING_INPUT_SOURCE)
+//   over one of them, whose window (vorn_xml_counting_window.h) is its inner
+//   source's and records what was consumed when the parser leaves it.  A
+//   class derived from one of them, and a host's own source, may deliver
+//   differently and is read one get_next_char() at a time.
 //
 // A new kind joins with a specialisation of VORN_XML_WINDOW_OF (two static
 // functions, below) and one branch in vorn_xml_with_window().
@@ -32,6 +35,7 @@
 #include <typeinfo>
 
 #include "vorn_xml_input.h"
+#include "vorn_xml_position.h"
 #include "vorn_xml_stream.h"
 
 // How a kind of source shows its window and records a bulk delivery:
@@ -166,6 +170,10 @@ private:
     VORN_XML_SAX_INPUT_SOURCE& source_;
 };
 
+// The counting source's branch; defined in vorn_xml_counting_window.h, which
+// every caller of vorn_xml_with_window() includes too.
+template <class READ> void vorn_xml_with_counting_window(VORN_XML_COUNTING_INPUT_SOURCE& source, READ&& read);
+
 // Calls `read(window)` with the window of `source`: of its own kind when its
 // dynamic type is exactly one of the kinds read in bulk, the empty window of
 // any source otherwise.
@@ -182,9 +190,11 @@ template <class READ> inline void vorn_xml_with_window(VORN_XML_SAX_INPUT_SOURCE
     } else if (type == &typeid(VORN_XML_FILE_INPUT_SOURCE)) {
         VORN_XML_WINDOW<VORN_XML_FILE_INPUT_SOURCE> window(static_cast<VORN_XML_FILE_INPUT_SOURCE&>(source));
         read(window);
-    } else if (typeid(source) == typeid(VORN_XML_STREAM_INPUT_SOURCE)) {
+    } else if (type == &typeid(VORN_XML_STREAM_INPUT_SOURCE)) {
         VORN_XML_WINDOW<VORN_XML_STREAM_INPUT_SOURCE> window(static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(source));
         read(window);
+    } else if (type == &typeid(VORN_XML_COUNTING_INPUT_SOURCE)) {
+        vorn_xml_with_counting_window(static_cast<VORN_XML_COUNTING_INPUT_SOURCE&>(source), read);
     } else {
         VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE> window(source);
         read(window);

@@ -1,4 +1,5 @@
 // The tokenizer and the character data reader.
+#include "../internal/vorn_xml_counting_window.h"
 #include "../internal/vorn_xml_failures.h"
 #include "../internal/vorn_xml_window.h"
 #ifdef __SSE2__
