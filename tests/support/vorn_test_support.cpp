@@ -1,5 +1,6 @@
 #include "vorn_test_support.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -129,6 +130,7 @@ void expect_written_back(VORN_XML_ELEMENT* root, int indent)
 
 OUTCOME parse_all_ways(const std::string& document)
 {
+    SCOPED_TRACE(document.size() < 4096 ? document : std::to_string(document.size()) + " bytes");
     TEMP_DIR dir;
     VORN_XML_STRING_INPUT_SOURCE from_string(document);
     VORN_XML_FILE_INPUT_SOURCE from_file(dir.write("doc.xml", document));
@@ -166,10 +168,15 @@ OUTCOME parse_all_ways(const std::string& document)
                       std::tie(first.ok, first.errors, first.events, first.tree, first.at));
             continue;
         }
+        // A refusal says why, and no message is empty.
+        EXPECT_TRUE(out.ok || !out.errors.empty());
+        EXPECT_EQ(std::count(out.errors.begin(), out.errors.end(), ""), 0);
         first = out;
         if (out.ok && !out.tree.empty())
             expect_written_back(handler.get_root_element(), 2);
     }
+    // Each character is read once, the end of input a few times.
+    EXPECT_LE(from_bytes.calls, static_cast<long>(document.size()) + 4);
     return first;
 }
 

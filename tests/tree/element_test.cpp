@@ -83,20 +83,3 @@ TEST(element, teardown_deletes_each_element_once_parents_first)
     delete n[0];
     EXPECT_EQ(deleted, "a2b2d0e1g0c1f0");
 }
-
-TEST(element, a_million_levels_deep_tree_is_deleted_without_recursion)
-{
-    deleted.clear();
-    auto* root = new COUNTED('x');
-    VORN_XML_ELEMENT* deepest = root;
-    for (int i = 1; i < 1000000; ++i) {
-        auto* next = new COUNTED('x');
-        deepest->add_sub_element(next);
-        deepest = next;
-    }
-    delete root;
-    std::string expected;
-    for (int i = 1; i < 1000000; ++i)
-        expected += "x1";
-    EXPECT_EQ(deleted, expected + "x0");
-}

@@ -8,23 +8,20 @@
 
 namespace {
 
-// "name#id:text", the parts present.
-std::string label(VORN_XML_ELEMENT* element)
+// "name#id:text", the parts present; the whole subtree when `tree` is set.
+std::string describe(VORN_XML_ELEMENT* element, bool tree = false)
 {
     std::string id;
-    std::string out = element->get_element_name();
-    if (element->get_attribute("id", id))
-        out += "#" + id;
-    if (!element->get_element_data().empty())
-        out += ":" + element->get_element_data();
-    return out;
+    std::string out = element->get_element_name() + (element->get_attribute("id", id) ? "#" + id : "");
+    out += element->get_element_data().empty() ? "" : ":" + element->get_element_data();
+    return tree ? vorn_test::dump_tree(element) : out;
 }
 
-std::string labels(const std::vector<VORN_XML_ELEMENT*>& elements)
+std::string described(const std::vector<VORN_XML_ELEMENT*>& elements, bool trees = false)
 {
     std::string out;
     for (VORN_XML_ELEMENT* element : elements)
-        out += (out.empty() ? "" : " ") + label(element);
+        out += (out.empty() ? "" : " ") + describe(element, trees);
     return out;
 }
 
@@ -36,44 +33,24 @@ std::unique_ptr<VORN_XML_ELEMENT> parse_tree(const std::string& document)
     return std::unique_ptr<VORN_XML_ELEMENT>(parser.get_tree_handler()->take_root_element());
 }
 
-// An element's label, or its whole subtree when `tree` is set.
-std::string describe(VORN_XML_ELEMENT* element, bool tree)
+// The matches of `path` as they are handed over while `document` is read.
+std::string stream(const std::string& document, const VORN_XML_PATH& path, bool trees = false)
 {
-    return tree ? vorn_test::dump_tree(element) : label(element);
-}
-
-std::vector<std::string> described(const std::vector<VORN_XML_ELEMENT*>& elements, bool trees)
-{
-    std::vector<std::string> out;
-    out.reserve(elements.size());
-    for (VORN_XML_ELEMENT* element : elements)
-        out.push_back(describe(element, trees));
-    return out;
-}
-
-// Keeps a description of each match as it is handed over.
-class COLLECTOR : public VORN_XML_PATH_HANDLER {
-public:
-    using VORN_XML_PATH_HANDLER::VORN_XML_PATH_HANDLER;
-    bool trees = false;
-    std::vector<std::string> found;
-    void process_match(VORN_XML_ELEMENT* match, bool nested) override
-    {
-        (void)nested;
-        found.push_back(describe(match, trees));
-    }
-};
-
-std::vector<std::string> stream(const std::string& document, const VORN_XML_PATH& path, bool trees)
-{
-    COLLECTOR collector(path);
+    struct COLLECTOR : VORN_XML_PATH_HANDLER {
+        using VORN_XML_PATH_HANDLER::VORN_XML_PATH_HANDLER;
+        bool trees = false;
+        std::string found;
+        void process_match(VORN_XML_ELEMENT* match, bool /*nested*/) override
+        {
+            found += (found.empty() ? "" : " ") + describe(match, trees);
+        }
+    } collector(path);
     collector.trees = trees;
     VORN_XML_SAX_PARSER parser;
     parser.set_tree_handler(&collector);
     VORN_XML_STRING_INPUT_SOURCE source(document);
     EXPECT_TRUE(parser.parse(&source));
-    EXPECT_EQ(collector.get_match_count(), static_cast<long>(collector.found.size()));
-    return collector.found;
+    return std::to_string(collector.get_match_count()) + ": " + collector.found;
 }
 
 const char library[] = "<?xml version=\"1.0\"?><lib>"
@@ -85,8 +62,7 @@ const char library[] = "<?xml version=\"1.0\"?><lib>"
 TEST(path, selects_in_document_order)
 {
     const struct {
-        const char* path;
-        const char* matches;  // run on the root
+        const char *path, *matches;  // run on the root
     } table[] = {
         {"/lib", "lib"},
         {"/shelf", ""},
@@ -117,11 +93,11 @@ TEST(path, selects_in_document_order)
         ASSERT_TRUE(path.is_valid()) << path.get_error_message();
         std::vector<VORN_XML_ELEMENT*> found;
         path.find_all(root.get(), found);
-        EXPECT_EQ(labels(found), row.matches);
+        EXPECT_EQ(described(found), row.matches);
         EXPECT_EQ(path.find_first(root.get()), found.empty() ? nullptr : found[0]);
         // Read from the document, relative paths start at the document.
         if (row.path[0] == '/' && path.get_streaming_problem().empty()) {
-            EXPECT_EQ(stream(library, path, false), described(found, false));
+            EXPECT_EQ(stream(library, path), std::to_string(found.size()) + ": " + row.matches);
         }
     }
     EXPECT_NE(VORN_XML_PATH("//a[text()='x']").get_streaming_problem(), "");
@@ -130,8 +106,7 @@ TEST(path, selects_in_document_order)
 TEST(path, malformed_paths_are_refused_with_a_place)
 {
     const struct {
-        const char* path;
-        const char* message;
+        const char *path, *message;
     } table[] = {
         {"", "position 1: expected a name or \"*\", found the end of the path"},
         {"/", "position 2: expected a name or \"*\", found the end of the path"},
@@ -152,10 +127,8 @@ TEST(path, malformed_paths_are_refused_with_a_place)
     const std::unique_ptr<VORN_XML_ELEMENT> root = parse_tree(library);
     for (const auto& row : table) {
         VORN_XML_PATH path("*");
-        EXPECT_FALSE(path.compile(row.path));
+        EXPECT_FALSE(path.compile(row.path) || path.is_valid() || path.find_first(root.get()) != nullptr);
         EXPECT_EQ(path.get_error_message(), row.message) << row.path;
-        EXPECT_FALSE(path.is_valid());
-        EXPECT_EQ(path.find_first(root.get()), nullptr);  // a refused path selects nothing
         EXPECT_EQ(path.get_streaming_problem(), row.message);
     }
 }
@@ -166,8 +139,8 @@ TEST(walk, enters_and_leaves_without_moving_cursors)
     VORN_XML_ELEMENT* first = root->get_first_sub_element();  // the cursor now stands on the second
     std::string steps;
     for (VORN_XML_TREE_WALK walk(root.get()); walk.next();) {
-        steps += walk.is_entering() ? " +" : " -";
-        steps += walk.get_element()->get_element_name() + std::to_string(walk.get_depth());
+        steps += (walk.is_entering() ? " +" : " -") + walk.get_element()->get_element_name();
+        steps += std::to_string(walk.get_depth());
         if (walk.is_entering() && walk.get_element()->get_element_name() == "book")
             walk.skip_sub_elements();
         if (walk.get_element()->get_element_name() == "box")
@@ -175,67 +148,37 @@ TEST(walk, enters_and_leaves_without_moving_cursors)
     }
     EXPECT_EQ(steps, " +lib0 +shelf1 +book2 -book2 +book2 -book2 -shelf1 +shelf1 +book2 -book2 +box2@1,1 +book3 "
                      "-book3 -box2@1,1 -shelf1 +note1 -note1 -lib0");
-    EXPECT_EQ(label(root->get_next_sub_element()), "shelf#2");
+    EXPECT_EQ(describe(root->get_next_sub_element()), "shelf#2");
     EXPECT_NE(root->get_next_sub_element(), first);
-
     std::string names;
     for (VORN_XML_ELEMENT* sub : get_sub_elements(root.get()))
         names += sub->get_element_name() + " ";
     EXPECT_EQ(names, "shelf shelf note ");
-    EXPECT_EQ(label(find_sub_element(root.get(), "note")), "note:hi");
+    EXPECT_EQ(describe(find_sub_element(root.get(), "note")), "note:hi");
     EXPECT_EQ(find_sub_element(first, "note"), nullptr);
     EXPECT_FALSE(VORN_XML_TREE_WALK(nullptr).next());
 }
 
-// A large document: a query looks at each element once, and skips what
-// cannot hold a match.
-TEST(path, large_tree_each_element_once)
+// A query looks at each element once, and skips what cannot hold a match.
+TEST(path, each_element_looked_at_once)
 {
     std::string document = "<?xml version=\"1.0\"?><root>";
-    long records = 0;
-    long k3 = 0;
-    while (document.size() < (20U << 20)) {
+    for (int group = 0; group < 50; ++group) {
         document += "<group>";
-        for (int i = 0; i < 100; ++i, ++records) {
-            k3 += records % 7 == 3 ? 1 : 0;
-            document += "<record kind=\"k" + std::to_string(records % 7) + "\" id=\"" + std::to_string(records) +
-                        "\"><name>n</name><value>" + std::to_string(records) + "</value></record>";
-        }
+        for (int i = 0; i < 7; ++i)
+            document += "<record kind=\"k" + std::to_string(i) + "\"><name>n</name><value>v</value></record>";
         document += "</group>";
     }
-    document += "</root>";
-    const long groups = records / 100;
-    const std::unique_ptr<VORN_XML_ELEMENT> root = parse_tree(document);
-
-    const VORN_XML_PATH anywhere("//record[@kind=\"k3\"]");
-    VORN_XML_PATH_MATCHER matcher(anywhere);
-    std::vector<VORN_XML_ELEMENT*> found;
-    matcher.find_all(root.get(), found);
-    EXPECT_EQ(static_cast<long>(found.size()), k3);
-    EXPECT_EQ(matcher.get_visit_count(), 1 + groups + 3 * records);
-    EXPECT_EQ(stream(document, anywhere, false).size(), found.size());
-
-    const VORN_XML_PATH exact("/root/group/record[@kind=\"k3\"]");
-    VORN_XML_PATH_MATCHER exact_matcher(exact);
-    std::vector<VORN_XML_ELEMENT*> again;
-    exact_matcher.find_all(root.get(), again);
-    EXPECT_EQ(again, found);
-    EXPECT_EQ(exact_matcher.get_visit_count(), 1 + groups + records);
-}
-
-TEST(path, million_levels_deep)
-{
-    auto root = std::make_unique<VORN_XML_ELEMENT>("d", nullptr);
-    VORN_XML_ELEMENT* leaf = root.get();
-    for (int i = 1; i < 1000000; ++i) {
-        leaf->add_sub_element(new VORN_XML_ELEMENT(i % 2 == 0 ? "d" : "e", nullptr));
-        leaf = leaf->get_first_sub_element();
+    const std::unique_ptr<VORN_XML_ELEMENT> root = parse_tree(document + "</root>");
+    for (const auto& [text, visits] : {std::pair{"//record[@kind=\"k3\"]", 1 + 50 + 3 * 350},
+                                       std::pair{"/root/group/record[@kind=\"k3\"]", 1 + 50 + 350}}) {
+        const VORN_XML_PATH path(text);
+        VORN_XML_PATH_MATCHER matcher(path);
+        std::vector<VORN_XML_ELEMENT*> found;
+        matcher.find_all(root.get(), found);
+        EXPECT_EQ(found.size(), 50u);
+        EXPECT_EQ(matcher.get_visit_count(), visits) << text;
     }
-    leaf->set_element_data("end");
-    std::vector<VORN_XML_ELEMENT*> found;
-    VORN_XML_PATH("//d//e[text()=\"end\"]").find_all(root.get(), found);
-    EXPECT_EQ(found, std::vector<VORN_XML_ELEMENT*>{leaf});
-    EXPECT_EQ(VORN_XML_PATH("/d/e/d/e").find_first(root.get())->get_element_name(), "e");
 }
 
 // Generated trees and paths: reading the document and querying its tree
@@ -268,10 +211,9 @@ TEST(path, stream_and_tree_agree)
                 text += std::string(pick(2) == 0 ? "/" : "//") + names[pick(4)] + predicates[pick(8)];
             SCOPED_TRACE(document + " " + text);
             const VORN_XML_PATH path(text);
-            ASSERT_TRUE(path.is_valid());
             std::vector<VORN_XML_ELEMENT*> found;
             path.find_all(root.get(), found);
-            EXPECT_EQ(stream(document, path, true), described(found, true));
+            EXPECT_EQ(stream(document, path, true), std::to_string(found.size()) + ": " + described(found, true));
         }
     }
 }
