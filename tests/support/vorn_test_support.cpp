@@ -54,7 +54,7 @@ namespace {
 std::string attribs_text(const VORN_XML_ATTRIB_LIST* list)
 {
     std::string out;
-    for (const auto& pair : list->attrib_map)
+    for (const auto& pair : list != nullptr ? list->attrib_map : VORN_XML_ATTRIB_LIST::MAP())
         out += (out.empty() ? "" : ",") + pair.first + "=" + pair.second;
     return out;
 }
@@ -107,8 +107,8 @@ std::string dump_tree(VORN_XML_ELEMENT* root)
     if (root == nullptr)
         return "";
     std::string out = root->element_name;
-    if (root->attrib_list != nullptr && !root->attrib_list->attrib_map.empty())
-        out += "{" + attribs_text(root->attrib_list) + "}";
+    const std::string attributes = attribs_text(root->attrib_list);
+    out += attributes.empty() ? "" : "{" + attributes + "}";
     if (!root->element_data.empty())
         out += "(\"" + root->element_data + "\")";
     std::string subs;
@@ -131,7 +131,7 @@ void expect_written_back(VORN_XML_ELEMENT* root, int indent)
 OUTCOME parse_all_ways(const std::string& document)
 {
     SCOPED_TRACE(document.size() < 4096 ? document : std::to_string(document.size()) + " bytes");
-    TEMP_DIR dir;
+    static const TEMP_DIR dir;  // one for the whole run: each document overwrites the file
     VORN_XML_STRING_INPUT_SOURCE from_string(document);
     VORN_XML_FILE_INPUT_SOURCE from_file(dir.write("doc.xml", document));
     VORN_XML_STREAM_INPUT_SOURCE from_stream(dir.path + "/doc.xml");

@@ -1,5 +1,8 @@
+// Elements and their attribute lists: names compared with ASCII capitals
+// folded, each element its own copy of its list, and the cursors.
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <tuple>
 
 #include "vorn_test_support.h"
@@ -8,10 +11,18 @@ using vorn_test::dump_tree;
 
 namespace {
 
-// An element that appends its name and the number of sub-elements it still
-// sees to `deleted` when it is destroyed.
-std::string deleted;
+// The pairs from the cursor on, as "name=value;".
+std::string walk(VORN_XML_ATTRIB_LIST& list)
+{
+    std::string out, name, value;
+    while (list.get_next_attrib(name, value))
+        out.append(name).append("=").append(value).append(";");
+    return out;
+}
 
+// Appends its name and the number of sub-elements it still sees to `deleted`
+// when it is destroyed.
+std::string deleted;
 struct COUNTED : VORN_XML_ELEMENT {
     explicit COUNTED(char name) : VORN_XML_ELEMENT(std::string(1, name), nullptr) {}
     ~COUNTED() override
@@ -25,22 +36,28 @@ struct COUNTED : VORN_XML_ELEMENT {
 
 }  // namespace
 
-TEST(element, keeps_its_own_copy_of_the_attributes)
+TEST(attributes, names_fold_ascii_capitals_only)
 {
+    const LESS_C_STRING less;
+    const std::string ascending[] = {"", "@", "[", "_x", "`", "a", "ab", "ABC", "z", "{", "\x80", "\xC9", "\xE9"};
+    for (std::size_t i = 1; i < std::size(ascending); ++i)
+        EXPECT_TRUE(less(ascending[i - 1], ascending[i]) && !less(ascending[i], ascending[i - 1])) << i;
     auto* given = new VORN_XML_ATTRIB_LIST;
-    given->set_attrib("id", "7");
-    given->set_attrib("Empty", "");
+    for (const char* name : {"b", "A", "_x", "\xC9", "\xE9", "Version", "a", "VERSION", "Empty"})
+        given->set_attrib(name, name == std::string("Empty") ? "" : name);
     VORN_XML_ATTRIB_LIST empty;
     VORN_XML_ELEMENT e("Item", given), bare("a", nullptr), none("b", &empty);
-    given->set_attrib("id", "8");
-    delete given;
-    EXPECT_EQ(dump_tree(&e), "Item{Empty=,id=7}");
+    given->set_attrib("b", "changed");
+    delete given;  // the element keeps its own copy
+    EXPECT_EQ(dump_tree(&e), "Item{_x=_x,A=a,b=b,Empty=,Version=VERSION,\xC9=\xC9,\xE9=\xE9}");  // first spelling, last value
     EXPECT_TRUE(bare.attrib_list == nullptr && none.attrib_list != nullptr);
-    const std::tuple<VORN_XML_ELEMENT*, const char*, bool, const char*> cases[] = {{&e, "iD", true, "7"},
-                                                                                   {&e, "EMPTY", true, ""},
-                                                                                   {&e, "i", false, ""},
-                                                                                   {&bare, "a", false, ""},
-                                                                                   {&none, "a", false, ""}};
+    std::string kept = "kept";  // the list's own look-up leaves the value alone when it finds nothing
+    EXPECT_FALSE(e.attrib_list->find_attrib("versio", kept) || kept != "kept");
+    const std::tuple<VORN_XML_ELEMENT*, std::string, bool, const char*> cases[] = {
+        {&e, "vErsion", true, "VERSION"}, {&e, std::string("vErsion\0zz", 10), true, "VERSION"},
+        {&e, "EMPTY", true, ""},          {&e, "versio", false, ""},
+        {&e, "\xE9x", false, ""},         {&e, "", false, ""},
+        {&bare, "a", false, ""},          {&none, "a", false, ""}};
     for (const auto& [element, attribute, found, expected] : cases) {
         std::string value = "stale";
         EXPECT_EQ(element->get_attribute(attribute, value), found) << attribute;
@@ -49,11 +66,29 @@ TEST(element, keeps_its_own_copy_of_the_attributes)
     }
 }
 
-TEST(element, data_and_sub_element_cursor)
+TEST(attributes, cursor_rules)
+{
+    VORN_XML_ATTRIB_LIST list;
+    std::string name = "n", value = "v";
+    EXPECT_FALSE(list.get_next_attrib(name, value));
+    list.reset_attrib_list();
+    list.set_attrib("b", "2");
+    EXPECT_FALSE(list.get_next_attrib(name, value));  // still at the end
+    EXPECT_EQ(name + value, "nv");
+    list.reset_attrib_list();
+    list.set_attrib("a", "1");  // before the cursor: not reached
+    list.set_attrib("c", "3");
+    EXPECT_EQ(walk(list), "b=2;c=3;");
+    list.reset_attrib_list();
+    EXPECT_EQ(walk(list), "a=1;b=2;c=3;");
+    list.clear_attribs();
+    list.reset_attrib_list();
+    EXPECT_EQ(walk(list), "");
+}
+
+TEST(element, sub_element_cursor)
 {
     VORN_XML_ELEMENT root("r", nullptr);
-    root.set_element_data("one");
-    root.set_element_data("two");
     root.add_sub_element(nullptr);
     EXPECT_TRUE(root.subelement_list == nullptr && root.get_first_sub_element() == nullptr);
     VORN_XML_ELEMENT* s[] = {new VORN_XML_ELEMENT("A", nullptr), new VORN_XML_ELEMENT("B", nullptr),
@@ -68,12 +103,11 @@ TEST(element, data_and_sub_element_cursor)
     EXPECT_EQ(root.get_next_sub_element(), nullptr);
     root.add_sub_element(s[3]);  // after the end: only the next walk sees D
     EXPECT_EQ(root.get_next_sub_element(), nullptr);
-    EXPECT_EQ(dump_tree(&root), "r(\"two\")[A,B,C,D]");
+    EXPECT_EQ(dump_tree(&root), "r[A,B,C,D]");
 }
 
 TEST(element, teardown_deletes_each_element_once_parents_first)
 {
-    deleted.clear();
     COUNTED* n[7];
     for (int i = 0; i < 7; ++i)
         n[i] = new COUNTED(static_cast<char>('a' + i));
