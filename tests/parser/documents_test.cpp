@@ -24,7 +24,6 @@ struct CASE {
 void check(const std::vector<CASE>& cases, const std::string& prefix = DECL)
 {
     for (const CASE& c : cases) {
-        SCOPED_TRACE(prefix + c.doc);
         const vorn_test::OUTCOME out = vorn_test::parse_all_ways(prefix + c.doc);
         std::string events;
         for (const std::string& e : out.events)
@@ -187,5 +186,26 @@ TEST(documents, text_handed_to_the_end_of_the_document)
          std::vector<std::pair<std::string, std::string>>{{"", doc}, {"x\xFFy", doc + "x"}, {"x<!-- -->\"\"y", ""}}) {
         SCOPED_TRACE(tail);
         EXPECT_EQ(vorn_test::parse_all_ways(doc + tail).end_text, text);
+    }
+}
+
+// Names, values and text runs of every length around the sizes at which the
+// reader changes gear: the 256-byte pieces in which long runs are gathered,
+// the 4095-byte chunks of the file source and the 64 KiB chunks of the
+// streaming source.
+TEST(documents, long_runs_keep_every_byte)
+{
+    for (const std::size_t n : {1, 15, 16, 254, 255, 256, 257, 511, 512, 4094, 4095, 4096, 9000, 65535, 65536, 70000}) {
+        const std::string name = "n" + std::string(n, 'm'), value(n, 'v'), text(n, 'x');
+        check({{"<" + name + " a=\"" + value + "\">t" + text + "&amp;y&lt z</" + name + ">" + text,
+                true,
+                {},
+                "start " + name + " {a=" + value + "}; chars t" + text + "&y&lt z; end " + name + "; chars " + text},
+               {"<a b=\"" + value, false, {unquoted, no_value("b")}, ""}});
+    }
+    // "&quot;" starting at each offset around a 256-byte boundary of the run.
+    for (std::size_t lead = 248; lead <= 262; ++lead) {
+        const std::string text = "t" + std::string(lead, 'x');
+        check({{"<a>" + text + "&quot;&amp;lt;</a>", true, {}, "start a {}; chars " + text + "\"&lt;; end a"}});
     }
 }

@@ -14,7 +14,8 @@
 
 namespace vorn_test {
 
-// A folder under the system's temporary folder, removed with its contents.
+// A temporary folder (in /dev/shm where there is one), removed with its
+// contents.
 class TEMP_DIR {
 public:
     TEMP_DIR();
