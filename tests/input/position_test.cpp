@@ -2,8 +2,6 @@
 // stopped, through every kind of source wrapped in the counting source.
 #include <gtest/gtest.h>
 
-#include <tuple>
-
 #include "vorn_test_support.h"
 
 TEST(position, failure_points_at_the_start_of_the_failing_token)
@@ -38,20 +36,4 @@ TEST(position, failure_points_at_the_start_of_the_failing_token)
         EXPECT_FALSE(out.ok);
         EXPECT_EQ(out.at, c.at);
     }
-}
-
-// Unless asked to, the counting source keeps no copy of the text; its
-// reading position ends past the last byte.
-TEST(position, reading_position_and_no_copy_by_default)
-{
-    const std::string doc = "<?xml version=\"1.0\"?>\n<a x=\"1\">\n<b>t &amp; u</b>\n</a>\n";
-    vorn_test::RECORDING_HANDLER handler;
-    VORN_XML_STRING_INPUT_SOURCE inner(doc);
-    VORN_XML_COUNTING_INPUT_SOURCE source(inner);
-    VORN_XML_SAX_PARSER parser;
-    parser.set_tree_handler(&handler);
-    ASSERT_TRUE(parser.parse(&source));
-    EXPECT_EQ(handler.end_document_text, "");
-    const VORN_XML_POSITION end = source.get_reading_position();
-    EXPECT_EQ(std::make_tuple(end.line, end.column, end.offset), std::make_tuple(5u, 1u, doc.size()));
 }

@@ -175,6 +175,8 @@ OUTCOME parse_all_ways(const std::string& document)
         // A refusal says why, and no message is empty.
         EXPECT_TRUE(out.ok || !out.errors.empty());
         EXPECT_EQ(std::count(out.errors.begin(), out.errors.end(), ""), 0);
+        // Read to the end: the reading position is past the last byte.
+        EXPECT_TRUE(out.end_text != document || source.get_reading_position().offset == document.size());
         first = out;
         if (out.ok && !out.tree.empty())
             expect_written_back(handler.get_root_element(), 2);
