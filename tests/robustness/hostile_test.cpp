@@ -5,10 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
 #include <memory>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -50,20 +48,13 @@ TEST(hostile, a_million_levels_deep)
 TEST(hostile, huge_or_unfinished_constructs)
 {
     const std::string comments = repeat("<!-- c -->", 200000);
-    std::ostringstream distinct, one_name;
-    std::string distinct_tree;
-    std::map<std::string, std::string> sorted;
+    std::string one_name;  // 100000 spellings of one name: each bit of i puts one letter in upper case
     for (int i = 0; i < 100000; ++i) {
-        const std::string number = std::to_string(i);
-        distinct << " n" << number << "=\"" << number << '"';
-        sorted["n" + number] = number;
-        std::string name = "abcdefghijklmnopq";  // each bit of i puts one letter in upper case
+        std::string name = "abcdefghijklmnopq";
         for (std::size_t bit = 0; bit < name.size(); ++bit)
             name[bit] = static_cast<char>(name[bit] - ((i >> bit) & 1) * 32);
-        one_name << ' ' << name << "=\"" << number << '"';
+        one_name += " " + name + "=\"" + std::to_string(i) + '"';
     }
-    for (const auto& pair : sorted)
-        distinct_tree += (distinct_tree.empty() ? "" : ",") + pair.first + "=" + pair.second;
     const std::string value = repeat("vvvvvvvvvv", 1000000);
     const std::vector<std::string> unclosed = {msg::needed("</", ""), msg::mismatch("a", "")};
     const struct {
@@ -72,8 +63,7 @@ TEST(hostile, huge_or_unfinished_constructs)
         std::string tree;
     } cases[] = {
         {comments + "<a>" + comments + "<b/>" + comments + "</a>" + comments, {}, "a[b]"},
-        {"<a" + distinct.str() + "/>", {}, "a{" + distinct_tree + "}"},
-        {"<a" + one_name.str() + "/>", {}, "a{abcdefghijklmnopq=99999}"},  // the first spelling, the last value
+        {"<a" + one_name + "/>", {}, "a{abcdefghijklmnopq=99999}"},  // the first spelling, the last value
         {"<a>" + repeat("x &amp; y ", 1000000) + "</a>", {}, "a(\"" + repeat("x & y ", 1000000) + "\")"},
         {"<a b=\"" + value + "\"/>", {}, "a{b=" + value + "}"},
         {repeat("<a>", 1000000), unclosed, ""},  // the open elements are the handler's to free
