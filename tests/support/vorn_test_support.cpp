@@ -6,7 +6,6 @@
 #include <fstream>
 #include <stdexcept>
 #include <tuple>
-#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -37,11 +36,6 @@ std::string TEMP_DIR::write(const std::string& name, const std::string& bytes) c
     return file;
 }
 
-BYTE_SOURCE::BYTE_SOURCE(std::string text) : bytes(std::move(text))
-{
-    is_open = true;
-}
-
 int BYTE_SOURCE::get_next_char()
 {
     ++calls;
@@ -53,8 +47,6 @@ int BYTE_SOURCE::get_next_char()
     return bytes[pos++];
 }
 
-namespace {
-
 std::string attribs_text(const VORN_XML_ATTRIB_LIST* list)
 {
     std::string out;
@@ -63,47 +55,11 @@ std::string attribs_text(const VORN_XML_ATTRIB_LIST* list)
     return out;
 }
 
-}  // namespace
-
-void RECORDING_HANDLER::process_start_document()
-{
-    events.emplace_back("start-document");
-    VORN_XML_SAX_TREE_HANDLER::process_start_document();
-}
-
-void RECORDING_HANDLER::process_end_document(const char* text)
-{
-    events.emplace_back("end-document");
-    end_document_text = text;
-    VORN_XML_SAX_TREE_HANDLER::process_end_document(text);
-}
-
-void RECORDING_HANDLER::process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes)
-{
-    events.push_back("start " + name + " {" + attribs_text(attributes) + "}");
-    VORN_XML_SAX_TREE_HANDLER::process_start_element(name, attributes);
-}
-
-void RECORDING_HANDLER::process_end_element(const std::string& name)
-{
-    events.push_back("end " + name);
-    VORN_XML_ELEMENT* before = root_element;
-    VORN_XML_SAX_TREE_HANDLER::process_end_element(name);
-    if (before != nullptr && root_element != before)
-        replaced_roots.emplace_back(before);
-}
-
-void RECORDING_HANDLER::process_characters(const std::string& text)
-{
-    events.push_back("chars " + text);
-    VORN_XML_SAX_TREE_HANDLER::process_characters(text);
-}
-
 std::vector<std::string> error_messages(const VORN_XML_SAX_ERROR_HANDLER* errors)
 {
-    if (errors == nullptr)
-        return {};
-    return {errors->error_message_list.begin(), errors->error_message_list.end()};
+    return errors == nullptr
+               ? std::vector<std::string>()
+               : std::vector<std::string>(errors->error_message_list.begin(), errors->error_message_list.end());
 }
 
 std::string dump_tree(VORN_XML_ELEMENT* root)
