@@ -60,9 +60,12 @@ TEST(documents, declaration)
           "");
 }
 
-TEST(documents, elements)
+// Elements, attributes, what comes around the top-level element, and text
+// cut short, one table.
+TEST(documents, markup)
 {
-    check({
+    std::vector<CASE> cases = {
+        // Elements.
         {"<a x=\"1\" y=\"2\"></a>", true, {}, "start a {x=1,y=2}; end a"},
         {"<a/ >", true, {}, A},
         {"< a >x</ a >", true, {}, "start a {}; chars x; end a"},
@@ -86,12 +89,7 @@ TEST(documents, elements)
         {"<a><b><c></c></x></a>", false, {mismatch("b", "x")}, "start a {}; start b {}; start c {}; end c"},
         {"<a><?pi?></a>", false, {no_name("")}, "start a {}"},
         {"<my-tag/>", false, {needed(">", "-"), needed("</", ""), mismatch("my", "")}, "start my {}; chars -tag/>"},
-    });
-}
-
-TEST(documents, attributes)
-{
-    check({
+        // Attributes.
         {"<a _b1 = \"1\"\n c=\"2\"/>", true, {}, "start a {_b1=1,c=2}; end a"},
         {"<a b=\"\"/>", true, {}, "start a {b=}; end a"},
         {"<a B=\"1\" b=\"2\"/>", true, {}, "start a {B=2}; end a"},
@@ -109,7 +107,35 @@ TEST(documents, attributes)
          false,
          {needed("=", "c"), no_equal("b"), no_value("d"), needed("=", "f"), no_equal("e"), no_value("f")},
          ""},
-    });
+        // Around the top-level element.
+        {"<a/><b/>", true, {}, "start a {}; end a; start b {}; end b"},
+        {"<a/>tail", true, {}, "start a {}; end a; chars tail"},
+        {"<a/>\xFF<b>", true, {}, A},
+        {"<a/><!-- open", true, {}, A},
+        // A comment ends at the first "-->", found by a scan that never
+        // reuses the hyphen that broke a near miss; "<!" always opens one.
+        {"<!-- a --->x--><a/>", true, {}, A},
+        {"<!-- a -----><!----><a/>", true, {}, A},
+        {"<!-->x--><a/>", true, {}, A},
+        {"<!DOCTYPE d [<!ELEMENT d ANY>]>y--><a/>", true, {}, A},
+        {"<a/>\"tail", true, {unquoted}, "start a {}; end a; chars tail"},
+        {"<a/></b>", false, {extra}, A},
+        {"text<a/>", false, {extra}, "chars text"},
+        {"<a/>x<!-- -->y", false, {extra}, "start a {}; end a; chars x"},
+        // Text cut short.
+        {"<a>x&lt", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt"},
+        {"<a>x&lt</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt</a>"},  // "<" ends no reference
+        {"<a>x\xFF</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x"},
+        {"<a>\"q</a>", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars q</a>"},
+        {"<a>\"", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars \xFF"},  // the end taken once
+    };
+    // A byte the tokenizer does not know is not consumed: it is all the text
+    // there is, and it is what the end tag gets.
+    for (const char c : std::string(":\\\x7F\x01\x1F\x80\xEF\xFE")) {
+        const std::string byte(1, c);
+        cases.push_back({"<a>" + byte + "x</a>", false, {needed("</", byte), EMPTY_END}, "start a {}; chars " + byte});
+    }
+    check(cases);
 }
 
 // Character data of <a>CONTENT</a>, which must parse cleanly.
@@ -136,45 +162,6 @@ TEST(documents, text_runs_and_references)
         cases.emplace_back(std::string(1, c) + "x", std::string(1, c) + "x");
     for (const auto& [content, text] : cases)
         check({{"<a>" + content + "</a>", true, {}, "start a {}; chars " + text + "; end a"}});
-}
-
-TEST(documents, text_cut_short)
-{
-    std::vector<CASE> cases = {
-        {"<a>x&lt", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt"},
-        {"<a>x&lt</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt</a>"},  // "<" ends no reference
-        {"<a>x\xFF</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x"},
-        {"<a>\"q</a>", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars q</a>"},
-        {"<a>\"", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars \xFF"},  // the end taken once
-    };
-    // A byte the tokenizer does not know is not consumed: it is all the text
-    // there is, and it is what the end tag gets.
-    for (const char c : std::string(":\\\x7F\x01\x1F\x80\xEF\xFE")) {
-        const std::string byte(1, c);
-        cases.push_back({"<a>" + byte + "x</a>", false, {needed("</", byte), EMPTY_END}, "start a {}; chars " + byte});
-    }
-    check(cases);
-}
-
-TEST(documents, around_the_top_level_element)
-{
-    check({
-        {"", true, {}, ""},
-        {"<a/><b/>", true, {}, "start a {}; end a; start b {}; end b"},
-        {"<a/>tail", true, {}, "start a {}; end a; chars tail"},
-        {"<a/>\xFF<b>", true, {}, A},
-        {"<a/><!-- open", true, {}, A},
-        // A comment ends at the first "-->", found by a scan that never
-        // reuses the hyphen that broke a near miss; "<!" always opens one.
-        {"<!-- a --->x--><a/>", true, {}, A},
-        {"<!-- a -----><!----><a/>", true, {}, A},
-        {"<!-->x--><a/>", true, {}, A},
-        {"<!DOCTYPE d [<!ELEMENT d ANY>]>y--><a/>", true, {}, A},
-        {"<a/>\"tail", true, {unquoted}, "start a {}; end a; chars tail"},
-        {"<a/></b>", false, {extra}, A},
-        {"text<a/>", false, {extra}, "chars text"},
-        {"<a/>x<!-- -->y", false, {extra}, "start a {}; end a; chars x"},
-    });
 }
 
 // What a string source hands process_end_document: the text it delivered, cut

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <initializer_list>
 #include <map>
+#include <numeric>
 #include <random>
 #include <set>
 #include <string>
@@ -42,12 +43,9 @@ std::string dump(const std::string& name, const std::map<std::string, std::strin
 struct GENERATOR {
     std::mt19937 rng;
 
-    static std::string cat(std::initializer_list<std::string> pieces)
+    static std::string cat(std::initializer_list<std::string> p)
     {
-        std::string out;
-        for (const std::string& piece : pieces)
-            out += piece;
-        return out;
+        return std::accumulate(p.begin(), p.end(), std::string());
     }
 
     int pick(int n) { return std::uniform_int_distribution<int>(0, n - 1)(rng); }
