@@ -60,10 +60,13 @@ TEST(documents, declaration)
           "");
 }
 
-// Elements, attributes, what comes around the top-level element, and text
-// cut short, one table.
+// Elements, attributes, what comes around the top-level element, character
+// data, and text cut short: one table.
 TEST(documents, markup)
 {
+    const auto text = [](const std::string& content, const std::string& data) {
+        return CASE{"<a>" + content + "</a>", true, {}, "start a {}; chars " + data + "; end a"};
+    };
     std::vector<CASE> cases = {
         // Elements.
         {"<a x=\"1\" y=\"2\"></a>", true, {}, "start a {x=1,y=2}; end a"},
@@ -122,6 +125,22 @@ TEST(documents, markup)
         {"<a/></b>", false, {extra}, A},
         {"text<a/>", false, {extra}, "chars text"},
         {"<a/>x<!-- -->y", false, {extra}, "start a {}; end a; chars x"},
+        // Character data of <a>CONTENT</a>, which must parse cleanly.
+        text("a&lt;b", "a<b"),
+        text("x&gt;&quot;&amp;&apos;", "x>\"&'"),
+        text("x&amp;lt;", "x&lt;"),
+        text("x&ltx &lx &LT; AT&T &#60; &#x3C;", "x&ltx &lx &LT; AT&T &#60; &#x3C;"),
+        text("x&am;&apo;&quo;&g;&ax", "x&am;&apo;&quo;&g;&ax"),
+        text("x&&lt;", "x&&lt;"),
+        text("a > b 'c' \"d\"", "a > b 'c' \"d\""),
+        text("\r\nl1\r\nl2\r ", "l1\r\nl2\r "),
+        text(" \t\n\v\f\rx\t&apos;\xE9\x01", "x\t'\xE9\x01"),
+        // The first token of a run is read as a token: a reference there is
+        // not decoded, and quotes around a leading string are dropped.
+        text("&lt;y&lt;", "&lt;y<"),
+        text("<!-- c -->x&amp;", "x&"),
+        text("1&lt;2", "1<2"),
+        text("\"q\" &lt; r", "q < r"),
         // Text cut short.
         {"<a>x&lt", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt"},
         {"<a>x&lt</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt</a>"},  // "<" ends no reference
@@ -135,33 +154,9 @@ TEST(documents, markup)
         const std::string byte(1, c);
         cases.push_back({"<a>" + byte + "x</a>", false, {needed("</", byte), EMPTY_END}, "start a {}; chars " + byte});
     }
-    check(cases);
-}
-
-// Character data of <a>CONTENT</a>, which must parse cleanly.
-TEST(documents, text_runs_and_references)
-{
-    std::vector<std::pair<std::string, std::string>> cases = {
-        {"a&lt;b", "a<b"},
-        {"x&gt;&quot;&amp;&apos;", "x>\"&'"},
-        {"x&amp;lt;", "x&lt;"},
-        {"x&ltx &lx &LT; AT&T &#60; &#x3C;", "x&ltx &lx &LT; AT&T &#60; &#x3C;"},
-        {"x&am;&apo;&quo;&g;&ax", "x&am;&apo;&quo;&g;&ax"},
-        {"x&&lt;", "x&&lt;"},
-        {"a > b 'c' \"d\"", "a > b 'c' \"d\""},
-        {"\r\nl1\r\nl2\r ", "l1\r\nl2\r "},
-        {" \t\n\v\f\rx\t&apos;\xE9\x01", "x\t'\xE9\x01"},
-        // The first token of a run is read as a token: a reference there is
-        // not decoded, and quotes around a leading string are dropped.
-        {"&lt;y&lt;", "&lt;y<"},
-        {"<!-- c -->x&amp;", "x&"},
-        {"1&lt;2", "1<2"},
-        {"\"q\" &lt; r", "q < r"},
-    };
     for (const char c : std::string("!#$%&'()*+,-./;=?@[]^{|}~`"))  // every symbol, as a token of its own
-        cases.emplace_back(std::string(1, c) + "x", std::string(1, c) + "x");
-    for (const auto& [content, text] : cases)
-        check({{"<a>" + content + "</a>", true, {}, "start a {}; chars " + text + "; end a"}});
+        cases.push_back(text(std::string(1, c) + "x", std::string(1, c) + "x"));
+    check(cases);
 }
 
 // What a string source hands process_end_document: the text it delivered, cut

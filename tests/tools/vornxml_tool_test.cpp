@@ -85,12 +85,4 @@ TEST(tool, exact_runs)
     }
 }
 
-// The tree --format writes reads back to the same printed tree.
-TEST(tool, format_reads_back)
-{
-    const RUN formatted = tool("--format " + quoted(catalog));
-    EXPECT_EQ(formatted.status, 0);
-    EXPECT_EQ(tool("-", formatted.out).out, tool(quoted(catalog)).out);
-}
-
 }  // namespace

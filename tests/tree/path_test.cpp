@@ -137,21 +137,16 @@ TEST(path, malformed_paths_are_refused_with_a_place)
     }
 }
 
-TEST(walk, enters_and_leaves_without_moving_cursors)
+// Entering, leaving, depth, skipping and the index path are the writer's,
+// the matcher's and the tool's (their tests pin them); here what a walk
+// leaves alone, and the helpers that list and find sub-elements.
+TEST(walk, leaves_cursors_alone)
 {
     const std::unique_ptr<VORN_XML_ELEMENT> root = parse_tree(library);
     VORN_XML_ELEMENT* first = root->get_first_sub_element();  // the cursor now stands on the second
-    std::string steps;
-    for (VORN_XML_TREE_WALK walk(root.get()); walk.next();) {
-        steps += (walk.is_entering() ? " +" : " -") + walk.get_element()->get_element_name();
-        steps += std::to_string(walk.get_depth());
-        if (walk.is_entering() && walk.get_element()->get_element_name() == "book")
-            walk.skip_sub_elements();
-        if (walk.get_element()->get_element_name() == "box")
-            steps += "@" + std::to_string(walk.get_index_at(1)) + "," + std::to_string(walk.get_index_at(2));
-    }
-    EXPECT_EQ(steps, " +lib0 +shelf1 +book2 -book2 +book2 -book2 -shelf1 +shelf1 +book2 -book2 +box2@1,1 +book3 "
-                     "-book3 -box2@1,1 -shelf1 +note1 -note1 -lib0");
+    std::vector<VORN_XML_ELEMENT*> all;
+    VORN_XML_PATH("//*").find_all(root.get(), all);  // a walk over the whole tree
+    EXPECT_EQ(all.size(), 12u);
     EXPECT_EQ(describe(root->get_next_sub_element()), "shelf#2");
     EXPECT_NE(root->get_next_sub_element(), first);
     std::string names;
