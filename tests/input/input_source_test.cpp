@@ -29,16 +29,6 @@ COUNTING_FILE* open_counted(VORN_XML_FILE_INPUT_SOURCE& source, const std::strin
     return file;
 }
 
-// Every character up to the first -1, then two more calls.
-std::vector<int> drain(VORN_XML_SAX_INPUT_SOURCE& source)
-{
-    std::vector<int> out{source.get_next_char()};
-    while (out.back() != -1)
-        out.push_back(source.get_next_char());
-    out.insert(out.end(), {source.get_next_char(), source.get_next_char()});
-    return out;
-}
-
 }  // namespace
 
 // What the sources deliver, and what they keep, is compared document by
@@ -55,7 +45,11 @@ TEST(input_source, file_is_read_in_chunks_of_4095_and_not_after_the_end)
     const COUNTING_FILE* file = open_counted(source, dir.write("big.xml", bytes));
     std::vector<int> expected(bytes.begin(), bytes.end() - 1);
     expected.insert(expected.end(), {-1, -1, -1});
-    EXPECT_EQ(drain(source), expected);
+    std::vector<int> delivered{source.get_next_char()};  // up to the first -1, then two more calls
+    while (delivered.back() != -1)
+        delivered.push_back(source.get_next_char());
+    delivered.insert(delivered.end(), {source.get_next_char(), source.get_next_char()});
+    EXPECT_EQ(delivered, expected);
     EXPECT_EQ(file->reads, (std::vector<int>{4095, 4095, 1810}));
     EXPECT_EQ(source.xml_text, bytes.substr(0, 5000) + bytes.substr(8190));
 }

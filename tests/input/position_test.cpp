@@ -2,14 +2,15 @@
 // stopped, through every kind of source wrapped in the counting source.
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "vorn_test_support.h"
 
 TEST(position, failure_points_at_the_start_of_the_failing_token)
 {
     const std::string decl = "<?xml version=\"1.0\"?>\n";
-    const struct {
-        std::string doc, at;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
+        // document, place of the failure
         {"", "1:1"},                                     // end of input
         {"  <root/>", "1:4"},                            // name where "?" belongs
         {"\n\n<?xml version=\"1.1\"?>\n  <a/>", "4:3"},  // token after the declaration
@@ -30,10 +31,9 @@ TEST(position, failure_points_at_the_start_of_the_failing_token)
         {decl + "<a\n x = \"1\"\n y = 'v'/>", "4:6"},    //
         {decl + "<a></>", "2:6"},                        // an empty end tag is no named mismatch
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.doc);
-        const vorn_test::OUTCOME out = vorn_test::parse_all_ways(c.doc);
+    for (const auto& [doc, at] : cases) {
+        const vorn_test::OUTCOME out = vorn_test::parse_all_ways(doc);
         EXPECT_FALSE(out.ok);
-        EXPECT_EQ(out.at, c.at);
+        EXPECT_EQ(out.at, at);
     }
 }

@@ -33,7 +33,8 @@ TEST(Threads, ParsersOnSeveralThreadsGetTheSingleThreadedOutcome)
 {
     const std::string declaration = "<?xml version=\"1.0\"?>\n";
     const std::string item = "<item id=\"7\" Name=\"a &amp; b\"><!-- c --><v>x &lt; y</v>text</item>\n";
-    std::vector<std::string> docs = {declaration + "<a><b></a>", declaration + "<a x 1/>", "<?xml version=\"2.0\"?><a/>",
+    std::vector<std::string> docs = {declaration + "<a><b></a>", declaration + "<a x 1/>",
+                                     "<?xml version=\"2.0\"?><a/>",
                                      declaration + "<a>" + std::string(3000, 'z') + "</a>"};
     for (int i = 0; i < 6; ++i) {
         std::string body;

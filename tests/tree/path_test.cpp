@@ -109,9 +109,8 @@ TEST(path, selects_in_document_order)
 
 TEST(path, malformed_paths_are_refused_with_a_place)
 {
-    const struct {
-        const char *path, *message;
-    } table[] = {
+    const std::pair<const char*, const char*> table[] = {
+        // path, message
         {"", "position 1: expected a name or \"*\", found the end of the path"},
         {"/", "position 2: expected a name or \"*\", found the end of the path"},
         {"a///b", "position 4: expected a name or \"*\", found \"/\""},
@@ -129,11 +128,11 @@ TEST(path, malformed_paths_are_refused_with_a_place)
         {"a[@x]\xff", "position 6: expected \"/\", \"//\" or \"[\", found byte 0xFF"},
     };
     const std::unique_ptr<VORN_XML_ELEMENT> root = parse_tree(library);
-    for (const auto& row : table) {
+    for (const auto& [text, message] : table) {
         VORN_XML_PATH path("*");
-        EXPECT_FALSE(path.compile(row.path) || path.is_valid() || path.find_first(root.get()) != nullptr);
-        EXPECT_EQ(path.get_error_message(), row.message) << row.path;
-        EXPECT_EQ(path.get_streaming_problem(), row.message);
+        EXPECT_FALSE(path.compile(text) || path.is_valid() || path.find_first(root.get()) != nullptr);
+        EXPECT_EQ(path.get_error_message(), message) << text;
+        EXPECT_EQ(path.get_streaming_problem(), message);
     }
 }
 

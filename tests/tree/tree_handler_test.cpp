@@ -55,11 +55,11 @@ TEST(tree_handler, event_sequences_with_dom_mode_on_and_off)
     const std::tuple<const char*, const char*, long, const char*> cases[] = {
         {"[ <a <b > <c 't > > ]doc", "a[b,c(\"t\")]", 0, "[ <a <b >b <c 't >c >a ]doc "},
         {"<a 'x <b > 'y >", "a(\"y\")[b]", 0, "<a 'x <b >b 'y >a "},  // the last text wins
-        {"'x > <a > > 'y", "a", 0, "'x > <a >a > 'y "},                // nothing open: no change
+        {"'x > <a > > 'y", "a", 0, "'x > <a >a > 'y "},               // nothing open: no change
         {"<a ! 'x ! <b ! > ! 't > >", "a[b(\"t\")]", 0, "<a 'x <b > 't >b >a "},
         {"<a > ! <b > 'x ! <c >", "c", 0, "<a >a <b > 'x <c >c "},  // a new root
-        {"<a <b > 't", "", 1, "<a <b >b 't "},                     // b is hung under the open a
-        {"<a <b", "", 2, "<a <b "},                                // b is not a's yet
+        {"<a <b > 't", "", 1, "<a <b >b 't "},                      // b is hung under the open a
+        {"<a <b", "", 2, "<a <b "},                                 // b is not a's yet
     };
     for (const auto& [script, tree, open, listened] : cases) {
         for (bool dom : {true, false}) {
