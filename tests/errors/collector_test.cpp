@@ -49,9 +49,8 @@ TEST(collector, cursor_rules_for_every_kind)
                 (c.*other.next)();
             }
         }
-        // Empty while the other lists are not.
-        EXPECT_FALSE((c.*k.has)());
-        (c.*k.rewind)();  // on an empty list: an append is not seen until the next rewind
+        EXPECT_FALSE((c.*k.has)());  // empty while the other lists are not
+        (c.*k.rewind)();             // on an empty list: an append is not seen until the next rewind
         (c.*k.append)("a");
         (c.*k.append)("b");
         EXPECT_TRUE((c.*k.has)());

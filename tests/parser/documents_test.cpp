@@ -24,7 +24,6 @@ struct CASE {
 void check(const std::vector<CASE>& cases, const std::string& prefix = DECL)
 {
     for (const CASE& c : cases) {
-        SCOPED_TRACE(prefix + c.doc);
         const vorn_test::OUTCOME out = vorn_test::parse_all_ways(prefix + c.doc);
         std::string events;
         for (const std::string& e : out.events)
@@ -61,9 +60,15 @@ TEST(documents, declaration)
           "");
 }
 
-TEST(documents, elements)
+// Elements, attributes, what comes around the top-level element, character
+// data, and text cut short: one table.
+TEST(documents, markup)
 {
-    check({
+    const auto text = [](const std::string& content, const std::string& data) {
+        return CASE{"<a>" + content + "</a>", true, {}, "start a {}; chars " + data + "; end a"};
+    };
+    std::vector<CASE> cases = {
+        // Elements.
         {"<a x=\"1\" y=\"2\"></a>", true, {}, "start a {x=1,y=2}; end a"},
         {"<a/ >", true, {}, A},
         {"< a >x</ a >", true, {}, "start a {}; chars x; end a"},
@@ -87,12 +92,7 @@ TEST(documents, elements)
         {"<a><b><c></c></x></a>", false, {mismatch("b", "x")}, "start a {}; start b {}; start c {}; end c"},
         {"<a><?pi?></a>", false, {no_name("")}, "start a {}"},
         {"<my-tag/>", false, {needed(">", "-"), needed("</", ""), mismatch("my", "")}, "start my {}; chars -tag/>"},
-    });
-}
-
-TEST(documents, attributes)
-{
-    check({
+        // Attributes.
         {"<a _b1 = \"1\"\n c=\"2\"/>", true, {}, "start a {_b1=1,c=2}; end a"},
         {"<a b=\"\"/>", true, {}, "start a {b=}; end a"},
         {"<a B=\"1\" b=\"2\"/>", true, {}, "start a {B=2}; end a"},
@@ -110,57 +110,7 @@ TEST(documents, attributes)
          false,
          {needed("=", "c"), no_equal("b"), no_value("d"), needed("=", "f"), no_equal("e"), no_value("f")},
          ""},
-    });
-}
-
-// Character data of <a>CONTENT</a>, which must parse cleanly.
-TEST(documents, text_runs_and_references)
-{
-    std::vector<std::pair<std::string, std::string>> cases = {
-        {"a&lt;b", "a<b"},
-        {"x&gt;&quot;&amp;&apos;", "x>\"&'"},
-        {"x&amp;lt;", "x&lt;"},
-        {"x&ltx &lx &LT; AT&T &#60; &#x3C;", "x&ltx &lx &LT; AT&T &#60; &#x3C;"},
-        {"x&am;&apo;&quo;&g;&ax", "x&am;&apo;&quo;&g;&ax"},
-        {"x&&lt;", "x&&lt;"},
-        {"a > b 'c' \"d\"", "a > b 'c' \"d\""},
-        {"\r\nl1\r\nl2\r ", "l1\r\nl2\r "},
-        {" \t\n\v\f\rx\t&apos;\xE9\x01", "x\t'\xE9\x01"},
-        // The first token of a run is read as a token: a reference there is
-        // not decoded, and quotes around a leading string are dropped.
-        {"&lt;y&lt;", "&lt;y<"},
-        {"<!-- c -->x&amp;", "x&"},
-        {"1&lt;2", "1<2"},
-        {"\"q\" &lt; r", "q < r"},
-    };
-    for (const char c : std::string("!#$%&'()*+,-./;=?@[]^{|}~`"))  // every symbol, as a token of its own
-        cases.emplace_back(std::string(1, c) + "x", std::string(1, c) + "x");
-    for (const auto& [content, text] : cases)
-        check({{"<a>" + content + "</a>", true, {}, "start a {}; chars " + text + "; end a"}});
-}
-
-TEST(documents, text_cut_short)
-{
-    std::vector<CASE> cases = {
-        {"<a>x&lt", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt"},
-        {"<a>x&lt</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt</a>"},  // "<" ends no reference
-        {"<a>x\xFF</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x"},
-        {"<a>\"q</a>", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars q</a>"},
-        {"<a>\"", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars \xFF"},  // the end taken once
-    };
-    // A byte the tokenizer does not know is not consumed: it is all the text
-    // there is, and it is what the end tag gets.
-    for (const char c : std::string(":\\\x7F\x01\x1F\x80\xEF\xFE")) {
-        const std::string byte(1, c);
-        cases.push_back({"<a>" + byte + "x</a>", false, {needed("</", byte), EMPTY_END}, "start a {}; chars " + byte});
-    }
-    check(cases);
-}
-
-TEST(documents, around_the_top_level_element)
-{
-    check({
-        {"", true, {}, ""},
+        // Around the top-level element.
         {"<a/><b/>", true, {}, "start a {}; end a; start b {}; end b"},
         {"<a/>tail", true, {}, "start a {}; end a; chars tail"},
         {"<a/>\xFF<b>", true, {}, A},
@@ -175,7 +125,38 @@ TEST(documents, around_the_top_level_element)
         {"<a/></b>", false, {extra}, A},
         {"text<a/>", false, {extra}, "chars text"},
         {"<a/>x<!-- -->y", false, {extra}, "start a {}; end a; chars x"},
-    });
+        // Character data of <a>CONTENT</a>, which must parse cleanly.
+        text("a&lt;b", "a<b"),
+        text("x&gt;&quot;&amp;&apos;", "x>\"&'"),
+        text("x&amp;lt;", "x&lt;"),
+        text("x&ltx &lx &LT; AT&T &#60; &#x3C;", "x&ltx &lx &LT; AT&T &#60; &#x3C;"),
+        text("x&am;&apo;&quo;&g;&ax", "x&am;&apo;&quo;&g;&ax"),
+        text("x&&lt;", "x&&lt;"),
+        text("a > b 'c' \"d\"", "a > b 'c' \"d\""),
+        text("\r\nl1\r\nl2\r ", "l1\r\nl2\r "),
+        text(" \t\n\v\f\rx\t&apos;\xE9\x01", "x\t'\xE9\x01"),
+        // The first token of a run is read as a token: a reference there is
+        // not decoded, and quotes around a leading string are dropped.
+        text("&lt;y&lt;", "&lt;y<"),
+        text("<!-- c -->x&amp;", "x&"),
+        text("1&lt;2", "1<2"),
+        text("\"q\" &lt; r", "q < r"),
+        // Text cut short.
+        {"<a>x&lt", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt"},
+        {"<a>x&lt</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x&lt</a>"},  // "<" ends no reference
+        {"<a>x\xFF</a>", false, {needed("</", ""), EMPTY_END}, "start a {}; chars x"},
+        {"<a>\"q</a>", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars q</a>"},
+        {"<a>\"", false, {unquoted, needed("</", ""), EMPTY_END}, "start a {}; chars \xFF"},  // the end taken once
+    };
+    // A byte the tokenizer does not know is not consumed: it is all the text
+    // there is, and it is what the end tag gets.
+    for (const char c : std::string(":\\\x7F\x01\x1F\x80\xEF\xFE")) {
+        const std::string byte(1, c);
+        cases.push_back({"<a>" + byte + "x</a>", false, {needed("</", byte), EMPTY_END}, "start a {}; chars " + byte});
+    }
+    for (const char c : std::string("!#$%&'()*+,-./;=?@[]^{|}~`"))  // every symbol, as a token of its own
+        cases.push_back(text(std::string(1, c) + "x", std::string(1, c) + "x"));
+    check(cases);
 }
 
 // What a string source hands process_end_document: the text it delivered, cut
@@ -187,5 +168,26 @@ TEST(documents, text_handed_to_the_end_of_the_document)
          std::vector<std::pair<std::string, std::string>>{{"", doc}, {"x\xFFy", doc + "x"}, {"x<!-- -->\"\"y", ""}}) {
         SCOPED_TRACE(tail);
         EXPECT_EQ(vorn_test::parse_all_ways(doc + tail).end_text, text);
+    }
+}
+
+// Names, values and text runs of every length around the sizes at which the
+// reader changes gear: the 256-byte pieces in which long runs are gathered,
+// the 4095-byte chunks of the file source and the 64 KiB chunks of the
+// streaming source.
+TEST(documents, long_runs_keep_every_byte)
+{
+    for (const std::size_t n : {1, 15, 16, 254, 255, 256, 257, 511, 512, 4094, 4095, 4096, 9000, 65535, 65536, 70000}) {
+        const std::string name = "n" + std::string(n, 'm'), value(n, 'v'), text(n, 'x');
+        check({{"<" + name + " a=\"" + value + "\">t" + text + "&amp;y&lt z</" + name + ">" + text,
+                true,
+                {},
+                "start " + name + " {a=" + value + "}; chars t" + text + "&y&lt z; end " + name + "; chars " + text},
+               {"<a b=\"" + value, false, {unquoted, no_value("b")}, ""}});
+    }
+    // "&quot;" starting at each offset around a 256-byte boundary of the run.
+    for (std::size_t lead = 248; lead <= 262; ++lead) {
+        const std::string text = "t" + std::string(lead, 'x');
+        check({{"<a>" + text + "&quot;&amp;lt;</a>", true, {}, "start a {}; chars " + text + "\"&lt;; end a"}});
     }
 }

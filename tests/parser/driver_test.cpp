@@ -36,7 +36,9 @@ struct TAKING_LISTENER : VORN_XML_SAX_EVENT_LISTENER {
 
 }  // namespace
 
-TEST(driver, refusals_change_nothing)
+// A refused parse reads nothing and reports nothing; each parse that starts
+// reads its own source from the start, and the messages accumulate.
+TEST(driver, refusals_and_repeated_parses)
 {
     vorn_test::RECORDING_HANDLER handler;
     VORN_XML_SAX_PARSER parser;
@@ -49,22 +51,17 @@ TEST(driver, refusals_change_nothing)
     EXPECT_EQ(good.string_pos, 0u);
     EXPECT_TRUE(handler.events.empty());
     EXPECT_EQ(parser.get_error_handler(), nullptr);
-}
 
-TEST(driver, each_parse_reads_its_own_source_from_the_start)
-{
-    vorn_test::RECORDING_HANDLER handler;
-    VORN_XML_SAX_PARSER parser;
-    parser.set_tree_handler(&handler);
     // The first parse stops on an unknown character, the second at the end of
     // its input; neither leaves anything behind for the next one to read.
+    parser.set_tree_handler(&handler);
     for (const char* doc : {"<a>:", "<b/>", "<c></c"})
         EXPECT_EQ(parse_text(parser, doc), doc[1] != 'a') << doc;
     EXPECT_EQ(handler.events, (std::vector<std::string>{"start-document", "start a {}", "chars :", "start-document",
                                                         "start b {}", "end b", "end-document", "start-document",
                                                         "start c {}", "end c", "end-document"}));
     using namespace vorn_test::msg;
-    EXPECT_EQ(vorn_test::error_messages(parser.get_error_handler()),  // messages accumulate
+    EXPECT_EQ(vorn_test::error_messages(parser.get_error_handler()),
               (std::vector<std::string>{needed("</", ":"), mismatch("a", ""), needed(">", "")}));
 }
 

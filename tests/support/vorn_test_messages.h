@@ -14,26 +14,19 @@ inline const std::string bad_version = "Unknown XML version encountered";
 inline const std::string extra = "Extra input found after the root end tag";
 
 // `expected` was the token needed where `got` was read.
-inline std::string needed(const std::string& expected, const std::string& got)
-{
+inline const auto needed = [](const std::string& expected, const std::string& got) {
     return "Error: " + expected + " was needed but got " + got;
-}
-inline std::string no_name(const std::string& got)
-{
-    return "Expected identifier (" + got + " not found";
-}
-inline std::string no_equal(const std::string& attribute)
-{
+};
+inline const auto no_name = [](const std::string& got) { return "Expected identifier (" + got + " not found"; };
+inline const auto no_equal = [](const std::string& attribute) {
     return "Attribute equal (\"=\") token is missing for attribute : " + attribute;
-}
-inline std::string no_value(const std::string& attribute)
-{
+};
+inline const auto no_value = [](const std::string& attribute) {
     return "Attribute value is missing for attribute : " + attribute;
-}
-inline std::string mismatch(const std::string& start, const std::string& end)
-{
+};
+inline const auto mismatch = [](const std::string& start, const std::string& end) {
     return "Start (" + start + ") and end tag (" + end + ") identifiers do not match";
-}
+};
 
 }  // namespace vorn_test::msg
 

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <vorn_xml.h>
@@ -14,7 +15,8 @@
 
 namespace vorn_test {
 
-// A folder under the system's temporary folder, removed with its contents.
+// A temporary folder (in /dev/shm where there is one), removed with its
+// contents.
 class TEMP_DIR {
 public:
     TEMP_DIR();
@@ -30,7 +32,7 @@ public:
 // keeps xml_text up to date byte by byte.
 class BYTE_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:
-    explicit BYTE_SOURCE(std::string text);
+    explicit BYTE_SOURCE(std::string text) : bytes(std::move(text)) { is_open = true; }
     int get_next_char() override;
     long calls = 0;  // get_next_char() calls so far
 
@@ -38,6 +40,9 @@ private:
     std::string bytes;
     std::size_t pos = 0;
 };
+
+// "a=1,b=2", in the list's order; empty for no list.
+std::string attribs_text(const VORN_XML_ATTRIB_LIST* list);
 
 // Records every event as a line ("start-document", "end-document",
 // "start NAME {a=1,b=2}", "end NAME", "chars TEXT") and still builds the tree.
@@ -49,20 +54,44 @@ public:
     std::string end_document_text;
     std::vector<std::unique_ptr<VORN_XML_ELEMENT>> replaced_roots;
 
-    void process_start_document() override;
-    void process_end_document(const char* text) override;
-    void process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes) override;
-    void process_end_element(const std::string& name) override;
-    void process_characters(const std::string& text) override;
+    void process_start_document() override
+    {
+        events.emplace_back("start-document");
+        VORN_XML_SAX_TREE_HANDLER::process_start_document();
+    }
+    void process_end_document(const char* text) override
+    {
+        events.emplace_back("end-document");
+        end_document_text = text;
+        VORN_XML_SAX_TREE_HANDLER::process_end_document(text);
+    }
+    void process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes) override
+    {
+        events.push_back("start " + name + " {" + attribs_text(attributes) + "}");
+        VORN_XML_SAX_TREE_HANDLER::process_start_element(name, attributes);
+    }
+    void process_end_element(const std::string& name) override
+    {
+        events.push_back("end " + name);
+        VORN_XML_ELEMENT* before = root_element;
+        VORN_XML_SAX_TREE_HANDLER::process_end_element(name);
+        if (before != nullptr && root_element != before)
+            replaced_roots.emplace_back(before);
+    }
+    void process_characters(const std::string& text) override
+    {
+        events.push_back("chars " + text);
+        VORN_XML_SAX_TREE_HANDLER::process_characters(text);
+    }
 };
 
+// The verdict, the messages and the events of a parse; `tree` is dump_tree()
+// of the root, `at` the "LINE:COLUMN" of a failure as the counting source
+// has it, `end_text` what process_end_document received.
 struct OUTCOME {
     bool ok = false;
-    std::vector<std::string> errors;
-    std::vector<std::string> events;
-    std::string tree;      // dump_tree() of the root
-    std::string at;        // "LINE:COLUMN" of a failure, as the counting source has it
-    std::string end_text;  // what process_end_document received (each source its own)
+    std::vector<std::string> errors, events;
+    std::string tree, at, end_text;
 };
 
 // Parses `document` with a fresh parser and a RECORDING_HANDLER through the

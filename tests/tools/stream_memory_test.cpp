@@ -13,14 +13,8 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef __SANITIZE_ADDRESS__
 constexpr bool sanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr bool sanitized = true;
-#else
-constexpr bool sanitized = false;
-#endif
 #else
 constexpr bool sanitized = false;
 #endif
