@@ -14,12 +14,14 @@ namespace vorn_test {
 TEMP_DIR::TEMP_DIR()
 {
     // In memory where the system has it (and TMPDIR says nothing else): the
-    // document tables write thousands of small files that need no disk.
-    const bool in_memory = std::getenv("TMPDIR") == nullptr && std::filesystem::is_directory("/dev/shm");
-    std::string pattern =
-        (in_memory ? "/dev/shm" : std::filesystem::temp_directory_path().string()) + "/vornxml-test-XXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr)
-        throw std::runtime_error("cannot make a temporary folder");
+    // document tables write thousands of small files that need no disk.  A
+    // /dev/shm that cannot be written falls back to the temporary folder.
+    std::string pattern = "/dev/shm/vornxml-test-XXXXXX";
+    if (std::getenv("TMPDIR") != nullptr || ::mkdtemp(pattern.data()) == nullptr) {
+        pattern = std::filesystem::temp_directory_path().string() + "/vornxml-test-XXXXXX";
+        if (::mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("cannot make a temporary folder");
+    }
     path = pattern;
 }
 
