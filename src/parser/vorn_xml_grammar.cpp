@@ -62,8 +62,11 @@ public:
         }
         // The name goes into the spare entry first and is looked up there.
         NODE& spare = entry(count - 1);
+        // (clear() and append() rather than assign(): the same result, by a
+        // shorter road through the string's code.)
         std::string& key = spare.key();
-        key.assign(name, name_size);
+        key.clear();
+        key.append(name, name_size);
         MAP& map = list.attrib_map;
         MAP::iterator at = map.end();
         // Names often come in order: then the new one goes last, found with
@@ -75,7 +78,8 @@ public:
                 return;
             }
         }
-        spare.mapped().assign(value, value_size);
+        spare.mapped().clear();
+        spare.mapped().append(value, value_size);
         map.insert(at, std::move(spare));
         entry(--count).~NODE();
     }

@@ -279,11 +279,14 @@ template <class WINDOW> bool VORN_XML_SAX_PARSER::run_in(WINDOW& window, std::st
         const char* const stop = end_of_plain_text(begin, window.end, '<');
         if (stop == window.end || *stop != '<')
             return false;
-        const std::size_t first = current_token.size();
-        run.assign(current_token);
+        const auto size = static_cast<std::size_t>(stop - begin);
+        run.clear();
+        run.append(current_token);
         run.push_back(c);
-        run.append(begin, static_cast<std::size_t>(stop - begin));
-        current_token.assign(run, first, std::string::npos);
+        run.append(begin, size);
+        current_token.clear();
+        current_token.push_back(c);
+        current_token.append(begin, size);
         window.consume(stop + 1);  // the "<" is delivered, and stays current
         current_char = '<';
         token_type = TOKEN_STRING;
