@@ -6,6 +6,7 @@
 #ifndef VORN_COMPANION_H
 #define VORN_COMPANION_H
 
+#include <memory>
 #include <string>
 
 // ---------------------------------------------------------------------------
@@ -57,7 +58,9 @@ public:
 
     // Reads at most `max` bytes into `buffer` and returns how many were
     // read: 0 at end of file, -1 on failure or on a closed file.  Retries
-    // reads interrupted by signals.
+    // reads interrupted by signals.  A regular file is read ahead in blocks
+    // of 64 KiB, so that many small reads cost few system calls; what each
+    // read returns is the same.
     virtual int read(char* buffer, int max);
 
     // The size in bytes of the open file when it is a regular file; -1
@@ -65,7 +68,13 @@ public:
     long long get_size() const;
 
 private:
+    static constexpr int ahead_size = 64 * 1024;
+
     int descriptor = -1;
+    bool regular = false;           // the open file is a regular file
+    std::unique_ptr<char[]> ahead;  // read ahead: the file's next bytes are
+    int ahead_pos = 0;              // [ahead_pos, ahead_count) of ahead
+    int ahead_count = 0;
 };
 
 // ---------------------------------------------------------------------------

@@ -86,7 +86,8 @@ public:
     int get_next_char() override;
 
 private:
-    int read_next_chunk();  // get_next_char() when the buffer is used up
+    int read_next_chunk();               // get_next_char() when the buffer is used up
+    void make_room(std::size_t length);  // in xml_text, for a chunk
 };
 
 // ---------------------------------------------------------------------------

@@ -137,6 +137,23 @@ private:
     template <class WINDOW> void read_token(WINDOW& window);
     template <class WINDOW> char skip_comment(WINDOW& window);
     template <class WINDOW> void read_text(WINDOW& window, char stop);
+    // A whole start tag, or end tag, with the token after its ">", read
+    // straight from the source's window when all of it lies there and it is
+    // plain (no comment, no error to report); otherwise nothing is read and
+    // the result is TAG_NONE (false).  The reading state and the source end
+    // up exactly as the token-by-token reading leaves them.
+    class SPARE_ENTRIES;  // attribute entries kept for reuse across tags
+    int read_start_tag_in_window(std::string& name, SPARE_ENTRIES& spare);
+    bool read_end_tag_in_window(const std::string& open_name);
+    template <class WINDOW> int start_tag_in(WINDOW& window, std::string& name, SPARE_ENTRIES& spare);
+    template <class WINDOW> bool end_tag_in(WINDOW& window, const std::string& open_name);
+    template <class WINDOW> void token_after(WINDOW& window, const char* after);
+    // get_next_token(true, '<') for a run of character data that lies in the
+    // source's window up to its "<" and holds no reference: the run (the
+    // current token and the text gathered) goes into `run`.  False, with
+    // nothing read, otherwise.
+    bool read_run_in_window(std::string& run);
+    template <class WINDOW> bool run_in(WINDOW& window, std::string& run);
     // True when the current token's text is exactly the literal `text`.
     template <std::size_t N> bool token_is(const char (&text)[N]) const
     {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -72,7 +73,9 @@ __attribute__((noinline)) int VORN_XML_FILE_INPUT_SOURCE::read_next_chunk()
     if (buffer_count >= 1) {
         vorn_xml_buffer[buffer_count] = '\0';
         // The chunk goes in as a C string: an embedded NUL ends what is kept.
-        xml_text.append(vorn_xml_buffer, std::strlen(vorn_xml_buffer));
+        const std::size_t length = std::strlen(vorn_xml_buffer);
+        make_room(length);
+        xml_text.append(vorn_xml_buffer, length);
         last_char = vorn_xml_buffer[0];
         buffer_pos = 1;
     } else {
@@ -80,6 +83,23 @@ __attribute__((noinline)) int VORN_XML_FILE_INPUT_SOURCE::read_next_chunk()
         last_char = -1;
     }
     return last_char;
+}
+
+// Room in xml_text for `length` more bytes.  The text grows with what was
+// read, four times over at each step (fewer copies of a long text than the
+// string's own doubling), and never beyond the size of the file while what
+// was read fits in it: a file read to its end leaves no room to spare, and a
+// huge file of which little is read costs little.
+void VORN_XML_FILE_INPUT_SOURCE::make_room(std::size_t length)
+{
+    const std::size_t needed = xml_text.size() + length;
+    if (needed <= xml_text.capacity())
+        return;
+    std::size_t room = std::max(needed, 4 * xml_text.capacity());
+    const long long size = xml_file->get_size();
+    if (size > 0 && static_cast<unsigned long long>(size) >= needed && room > static_cast<unsigned long long>(size))
+        room = static_cast<std::size_t>(size);
+    xml_text.reserve(room);
 }
 
 // --- string source ----------------------------------------------------------

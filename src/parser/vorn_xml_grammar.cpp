@@ -1,10 +1,14 @@
 // The declaration, attributes, tags and element content.
+#include <iterator>
 #include <new>
 #include <type_traits>
 #include <typeinfo>
 #include <vector>
 
+#include "../internal/vorn_xml_chars.h"
+#include "../internal/vorn_xml_counting_window.h"
 #include "../internal/vorn_xml_failures.h"
+#include "../internal/vorn_xml_window.h"
 #include "vorn_xml_parser.h"
 
 using vorn_xml::FAILURE;
@@ -17,20 +21,20 @@ bool VORN_XML_SAX_PARSER::parse_xml_signature_line()
            need_literal("?") && need_literal(">");
 }
 
-namespace {
-
-// Map entries taken out of the parser's list of the previous tag, kept for
-// the pairs of the next one: a reused entry keeps its node and the capacity
-// of its name and value, so a tag costs no allocation when the previous one
-// had at least as many pairs of no shorter text.
-class SPARE_ENTRIES {
+// Map entries taken out of the parser's lists of earlier tags, kept for the
+// pairs of later ones: a reused entry keeps its node and the capacity of its
+// name and value, so a tag costs no allocation when enough entries of no
+// shorter text are spare.  The element content keeps one for all its tags.
+class VORN_XML_SAX_PARSER::SPARE_ENTRIES {
 public:
     using MAP = VORN_XML_ATTRIB_LIST::MAP;
     using NODE = MAP::node_type;
 
-    // Takes up to `size` entries out of `map` and frees the rest; `map` is
-    // left empty.
-    explicit SPARE_ENTRIES(MAP& map)
+    SPARE_ENTRIES() = default;
+    // Takes the entries of `map` out, keeping up to `size` in all and
+    // freeing the rest; `map` is left empty.
+    explicit SPARE_ENTRIES(MAP& map) { take(map); }
+    void take(MAP& map)
     {
         while (!map.empty() && count < size)
             new (&entries[count++]) NODE(map.extract(map.begin()));
@@ -48,19 +52,35 @@ public:
     // a spare entry when the name is new.
     void set(VORN_XML_ATTRIB_LIST& list, const std::string& name, const std::string& value)
     {
-        MAP& map = list.attrib_map;
-        const MAP::iterator at = map.lower_bound(name);
-        if (at != map.end() && !map.key_comp()(name, at->first)) {
-            at->second = value;
-            return;
-        }
+        set(list, name.data(), name.size(), value.data(), value.size());
+    }
+    void set(VORN_XML_ATTRIB_LIST& list, const char* name, std::size_t name_size, const char* value,
+             std::size_t value_size)
+    {
         if (count == 0) {
-            list.set_attrib(name, value);
+            list.set_attrib(std::string(name, name_size), std::string(value, value_size));
             return;
         }
+        // The name goes into the spare entry first and is looked up there.
         NODE& spare = entry(count - 1);
-        spare.key() = name;
-        spare.mapped() = value;
+        // (clear() and append() rather than assign(): the same result, by a
+        // shorter road through the string's code.)
+        std::string& key = spare.key();
+        key.clear();
+        key.append(name, name_size);
+        MAP& map = list.attrib_map;
+        MAP::iterator at = map.end();
+        // Names often come in order: then the new one goes last, found with
+        // one comparison.
+        if (!map.empty() && !map.key_comp()(std::prev(at)->first, key)) {
+            at = map.lower_bound(key);
+            if (at != map.end() && !map.key_comp()(key, at->first)) {
+                at->second.assign(value, value_size);
+                return;
+            }
+        }
+        spare.mapped().clear();
+        spare.mapped().append(value, value_size);
         map.insert(at, std::move(spare));
         entry(--count).~NODE();
     }
@@ -73,21 +93,30 @@ private:
     int count = 0;
 };
 
+namespace {
+
+// The new current attribute list of a tag.  The list of the previous tag is
+// done with.  When it is a plain list of our own making, its entries are
+// taken out (into `spare`, to be refilled), which leaves the same new list
+// (empty, its cursor at the end) without a round trip through the allocator;
+// anything else is deleted.
+VORN_XML_ATTRIB_LIST& new_attrib_list(VORN_XML_ATTRIB_LIST*& current)
+{
+    VORN_XML_ATTRIB_LIST* own = current;
+    if (own == nullptr || typeid(*own) != typeid(VORN_XML_ATTRIB_LIST)) {
+        delete current;
+        current = nullptr;
+        current = own = new VORN_XML_ATTRIB_LIST;
+    }
+    return *own;
+}
+
 }  // namespace
 
 bool VORN_XML_SAX_PARSER::get_attributes()
 {
     bool result = true;
-    // The list of the previous tag is done with.  When it is a plain list of
-    // our own making, its entries are taken out and refilled, which leaves
-    // the same new list (empty, its cursor at the end) without a round trip
-    // through the allocator; anything else is deleted.
-    VORN_XML_ATTRIB_LIST* own = current_attrib_list;
-    if (own == nullptr || typeid(*own) != typeid(VORN_XML_ATTRIB_LIST)) {
-        delete current_attrib_list;
-        current_attrib_list = nullptr;
-        current_attrib_list = own = new VORN_XML_ATTRIB_LIST;
-    }
+    VORN_XML_ATTRIB_LIST* const own = &new_attrib_list(current_attrib_list);
     SPARE_ENTRIES spare(own->attrib_map);
     own->attrib_cursor = own->attrib_map.end();
     std::string name;
@@ -136,24 +165,259 @@ int VORN_XML_SAX_PARSER::parse_xml_end_tag(std::string& name)
     return need_literal(">") ? TAG_END : TAG_NONE;
 }
 
+namespace {
+
+using vorn_xml_chars::class_of;
+using vorn_xml_chars::is_name_char;
+using vorn_xml_chars::is_space;
+
+constexpr char end_of_input = -1;
+
+// A tag as found in memory: its pairs and where its ">" stands.
+struct TAG_IN_MEMORY {
+    static constexpr int most_pairs = 32;
+    struct RANGE {
+        const char* begin;
+        std::size_t size;
+    };
+    const char* name_end = nullptr;  // one past the element's name
+    const char* close = nullptr;     // the ">"
+    bool empty = false;              // "/" before the ">"
+    int pairs = 0;
+    RANGE names[most_pairs];
+    RANGE values[most_pairs];
+};
+
+inline const char* skip_spaces(const char* p, const char* end)
+{
+    while (p != end && is_space(*p))
+        ++p;
+    return p;
+}
+
+inline const char* skip_name(const char* p, const char* end)
+{
+    while (p != end && is_name_char(*p))
+        ++p;
+    return p;
+}
+
+// `size` bytes at `a` and `b` are the same; names are short.
+inline bool same_bytes(const char* a, const char* b, std::size_t size)
+{
+    for (std::size_t i = 0; i < size; ++i) {
+        if (a[i] != b[i])
+            return false;
+    }
+    return true;
+}
+
+// Reads, from `p` (just after the first character of the element's name), a
+// start tag or empty-element tag that the token-by-token reading would take
+// without a message and without meeting a comment, a byte 0xFF or the end of
+// [p, end): the rest of the name, name="value" pairs and "/" ">" or ">",
+// white space between them.  False for anything else, which is then left to
+// that reading.
+inline bool find_tag(const char* p, const char* const end, TAG_IN_MEMORY& tag)
+{
+    p = skip_name(p, end);
+    tag.name_end = p;
+    for (;;) {
+        p = skip_spaces(p, end);
+        if (p == end)
+            return false;
+        if (*p == '>') {
+            tag.close = p;
+            tag.empty = false;
+            return true;
+        }
+        if (*p == '/') {
+            p = skip_spaces(p + 1, end);
+            if (p == end || *p != '>')
+                return false;
+            tag.close = p;
+            tag.empty = true;
+            return true;
+        }
+        if (class_of(*p) != vorn_xml_chars::CLASS_NAME_START || tag.pairs == TAG_IN_MEMORY::most_pairs)
+            return false;
+        const char* const name = p;
+        p = skip_name(p + 1, end);
+        tag.names[tag.pairs] = {name, static_cast<std::size_t>(p - name)};
+        p = skip_spaces(p, end);
+        if (p == end || *p != '=')
+            return false;
+        p = skip_spaces(p + 1, end);
+        if (p == end || *p != '"')
+            return false;
+        const char* const value = ++p;
+        while (p != end && *p != '"' && *p != end_of_input)
+            ++p;
+        if (p == end || *p != '"')
+            return false;
+        tag.values[tag.pairs] = {value, static_cast<std::size_t>(p - value)};
+        ++tag.pairs;
+        ++p;
+    }
+}
+
+}  // namespace
+
+int VORN_XML_SAX_PARSER::read_start_tag_in_window(std::string& name, SPARE_ENTRIES& spare)
+{
+    int kind = TAG_NONE;
+    vorn_xml_with_window(*input_source, [&](auto& window) { kind = start_tag_in(window, name, spare); });
+    return kind;
+}
+
+bool VORN_XML_SAX_PARSER::read_end_tag_in_window(const std::string& open_name)
+{
+    bool read = false;
+    vorn_xml_with_window(*input_source, [&](auto& window) { read = end_tag_in(window, open_name); });
+    return read;
+}
+
+// The token that follows a tag whose ">" ends just before `after`, read as
+// need_token(">") reads it: everything before `after` is delivered, then the
+// token.  The usual ones ("<" or "</" before a name, a name starting a run of
+// text) are taken from the window at once.
+template <class WINDOW> void VORN_XML_SAX_PARSER::token_after(WINDOW& window, const char* after)
+{
+    const char* const end = window.end;
+    const char* const p = skip_spaces(after, end);
+    if (end - p >= 3) {
+        if (*p == '<') {
+            if (p[1] == '/') {
+                if (p[2] != end_of_input) {
+                    window.consume(p + 3);
+                    current_char = p[2];
+                    current_token.clear();
+                    current_token.push_back('<');
+                    current_token.push_back('/');
+                    token_type = TOKEN_END_TAG_OPEN;
+                    return;
+                }
+            } else if (p[1] != '!' && p[1] != end_of_input) {
+                window.consume(p + 2);
+                current_char = p[1];
+                current_token.clear();
+                current_token.push_back('<');
+                token_type = TOKEN_TAG_OPEN;
+                return;
+            }
+        } else if (class_of(*p) == vorn_xml_chars::CLASS_NAME_START) {
+            const char* const name_end = skip_name(p + 1, end);
+            if (name_end != end && *name_end != end_of_input) {
+                window.consume(name_end + 1);
+                current_char = *name_end;
+                current_token.clear();
+                current_token.append(p, static_cast<std::size_t>(name_end - p));
+                token_type = TOKEN_IDENTIFIER;
+                return;
+            }
+        }
+    }
+    window.consume(after);
+    current_char = window.get();
+    read_token(window);
+}
+
+// The current token is "<" and current_char the character after it.
+template <class WINDOW> int VORN_XML_SAX_PARSER::start_tag_in(WINDOW& window, std::string& name, SPARE_ENTRIES& spare)
+{
+    if constexpr (std::is_same_v<WINDOW, VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE>>) {
+        (void)window;
+        (void)name;
+        (void)spare;
+        return TAG_NONE;
+    } else {
+        if (class_of(current_char) != vorn_xml_chars::CLASS_NAME_START)
+            return TAG_NONE;
+        TAG_IN_MEMORY tag;
+        if (!find_tag(window.next, window.end, tag))
+            return TAG_NONE;
+        // The new list, as get_attributes() leaves it.  An empty plain list
+        // is already what a tag without pairs needs.
+        VORN_XML_ATTRIB_LIST* list = current_attrib_list;
+        if (tag.pairs != 0 || list == nullptr || !list->attrib_map.empty() ||
+            typeid(*list) != typeid(VORN_XML_ATTRIB_LIST)) {
+            list = &new_attrib_list(current_attrib_list);
+            spare.take(list->attrib_map);
+            for (int i = 0; i < tag.pairs; ++i)
+                spare.set(*list, tag.names[i].begin, tag.names[i].size, tag.values[i].begin, tag.values[i].size);
+        }
+        list->attrib_cursor = list->attrib_map.end();
+        name.clear();
+        name.push_back(current_char);
+        name.append(window.next, static_cast<std::size_t>(tag.name_end - window.next));
+        // Delivered up to the ">", then the character after it and the next
+        // token, as need_token(">") reads them.
+        token_after(window, tag.close + 1);
+        return tag.empty ? TAG_EMPTY : TAG_START;
+    }
+}
+
+// An end tag whose name is `open_name`, from one of two states: the current
+// token is "</" and current_char the character after it; or a run of
+// character data has just been read (its "<" in current_char), and the "</"
+// is read here as next_token() would read it.  Any other end tag is left to
+// the token-by-token reading, which reports a mismatch.
+template <class WINDOW> bool VORN_XML_SAX_PARSER::end_tag_in(WINDOW& window, const std::string& open_name)
+{
+    if constexpr (std::is_same_v<WINDOW, VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE>>) {
+        (void)window;
+        (void)open_name;
+        return false;
+    } else {
+        const char* rest = window.next;  // the name after its first character
+        if (token_type == TOKEN_END_TAG_OPEN) {
+            if (current_char != open_name[0])
+                return false;
+        } else {
+            if (window.end - rest < 2 || rest[0] != '/' || rest[1] != open_name[0])
+                return false;
+            rest += 2;
+        }
+        const char* const name_end = skip_name(rest, window.end);
+        const auto rest_size = static_cast<std::size_t>(name_end - rest);
+        if (rest_size != open_name.size() - 1 || !same_bytes(rest, open_name.data() + 1, rest_size))
+            return false;
+        const char* const close = skip_spaces(name_end, window.end);
+        if (close == window.end || *close != '>')
+            return false;
+        token_after(window, close + 1);
+        return true;
+    }
+}
+
 // Content is elements followed by at most one run of character data.  Nested
 // elements are read with an explicit stack of the open elements' names rather
 // than one call per level, so the depth of a document costs heap, not stack;
 // events and messages come in the same order as a call per level would give.
+// The names on the stack keep their room when an element ends, so that the
+// names of later elements are read in without allocating.
 bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
 {
-    std::vector<std::string> open_names;
-    std::string start_name;
+    std::vector<std::string> open_names{std::string()};  // and the name being read
+    std::size_t depth = 0;                               // open_names[0, depth) are the open elements
     std::string end_name;
     std::string run;
+    SPARE_ENTRIES spare;
     for (;;) {
         // The elements of the current level.
         while (token_is("<")) {
+            // The name is read into the slot it takes when the element opens.
+            std::string& start_name = open_names[depth];
             start_name.clear();
-            const int kind = parse_xml_start_tag(start_name);
+            int kind = TAG_NONE;
+            if (token_type == TOKEN_TAG_OPEN)
+                kind = read_start_tag_in_window(start_name, spare);
+            if (kind == TAG_NONE)
+                kind = parse_xml_start_tag(start_name);
             if (kind == TAG_START) {
                 tree_handler->process_start_element(start_name, current_attrib_list);
-                open_names.push_back(start_name);
+                if (++depth == open_names.size())
+                    open_names.emplace_back();
                 continue;  // the content of the new element
             }
             if (kind != TAG_EMPTY)
@@ -163,25 +427,36 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
         }
 
         // At most one run of character data ends the level's content.
+        bool end_tag_read = false;
         if (!token_is("</") && token_type != TOKEN_END_OF_INPUT) {
-            run.assign(current_token);
-            gather_text('<');
-            run += current_token;
+            if (!read_run_in_window(run)) {
+                run.assign(current_token);  // the run begins with the current token
+                gather_text('<');
+                run += current_token;
+            }
             tree_handler->process_characters(run);
-            next_token();
+            // The token after the run, and the end tag when it comes at once.
+            if (depth > 0 && token_type == TOKEN_STRING && current_char == '<')
+                end_tag_read = read_end_tag_in_window(open_names[depth - 1]);
+            if (!end_tag_read)
+                next_token();
         }
 
-        if (open_names.empty())
+        if (depth == 0)
             return true;
 
         // The content of the innermost open element is over: its end tag.
+        const std::string& open_name = open_names[--depth];
+        if (end_tag_read || (token_type == TOKEN_END_TAG_OPEN && read_end_tag_in_window(open_name))) {
+            tree_handler->process_end_element(open_name);  // the end tag's name, too
+            continue;
+        }
         end_name.clear();
         parse_xml_end_tag(end_name);
-        if (open_names.back() != end_name) {
-            file_error(failure_message(FAILURE::END_TAG_MISMATCH, open_names.back(), end_name));
+        if (open_name != end_name) {
+            file_error(failure_message(FAILURE::END_TAG_MISMATCH, open_name, end_name));
             return false;
         }
-        open_names.pop_back();
         tree_handler->process_end_element(end_name);
     }
 }

@@ -1,4 +1,6 @@
 // The tokenizer and the character data reader.
+#include <type_traits>
+
 #include "../internal/vorn_xml_counting_window.h"
 #include "../internal/vorn_xml_failures.h"
 #include "../internal/vorn_xml_window.h"
@@ -178,6 +180,11 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::read_token(WINDOW& window)
     }
 }
 
+// The grammar's whole-tag reading goes on with the token after a tag's ">".
+template void VORN_XML_SAX_PARSER::read_token(VORN_XML_WINDOW<VORN_XML_STRING_INPUT_SOURCE>&);
+template void VORN_XML_SAX_PARSER::read_token(VORN_XML_WINDOW<VORN_XML_FILE_INPUT_SOURCE>&);
+template void VORN_XML_SAX_PARSER::read_token(VORN_XML_WINDOW<VORN_XML_STREAM_INPUT_SOURCE>&);
+
 // From the "!" of "<!" to the character after the comment's end, which it
 // returns (end of input when the comment is not closed).
 template <class WINDOW> char VORN_XML_SAX_PARSER::skip_comment(WINDOW& window)
@@ -247,6 +254,45 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::read_text(WINDOW& window, char
         c = window.get();
     }
     current_char = c;
+}
+
+bool VORN_XML_SAX_PARSER::read_run_in_window(std::string& run)
+{
+    bool read = false;
+    vorn_xml_with_window(*input_source, [&](auto& window) { read = run_in(window, run); });
+    return read;
+}
+
+template <class WINDOW> bool VORN_XML_SAX_PARSER::run_in(WINDOW& window, std::string& run)
+{
+    if constexpr (std::is_same_v<WINDOW, VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE>>) {
+        (void)window;
+        (void)run;
+        return false;
+    } else {
+        // What gather_text('<') would take: the current character and the
+        // plain text after it, up to a "<" in the window.
+        const char c = current_char;
+        if (c == '<' || c == '&' || c == end_of_input || token_type == TOKEN_UNKNOWN ||
+            token_type == TOKEN_END_OF_INPUT)
+            return false;
+        const char* const begin = window.next;
+        const char* const stop = end_of_plain_text(begin, window.end, '<');
+        if (stop == window.end || *stop != '<')
+            return false;
+        const auto size = static_cast<std::size_t>(stop - begin);
+        run.clear();
+        run.append(current_token);
+        run.push_back(c);
+        run.append(begin, size);
+        current_token.clear();
+        current_token.push_back(c);
+        current_token.append(begin, size);
+        window.consume(stop + 1);  // the "<" is delivered, and stays current
+        current_char = '<';
+        token_type = TOKEN_STRING;
+        return true;
+    }
 }
 
 void VORN_XML_SAX_PARSER::get_xml_text()

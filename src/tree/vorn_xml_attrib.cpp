@@ -8,10 +8,15 @@ bool LESS_C_STRING::operator()(const std::string& a, const std::string& b) const
     const unsigned char* p = reinterpret_cast<const unsigned char*>(a.c_str());
     const unsigned char* q = reinterpret_cast<const unsigned char*>(b.c_str());
     for (;; ++p, ++q) {
+        if (*p == *q) {  // the same byte folds the same way
+            if (*p == 0)
+                return false;
+            continue;
+        }
         const unsigned x = static_cast<unsigned char>(vorn_xml_chars::fold_case(static_cast<char>(*p)));
         const unsigned y = static_cast<unsigned char>(vorn_xml_chars::fold_case(static_cast<char>(*q)));
-        if (x != y || x == 0)
-            return static_cast<int>(x) - static_cast<int>(y) < 0;
+        if (x != y)
+            return x < y;
     }
 }
 

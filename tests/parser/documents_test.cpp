@@ -96,6 +96,8 @@ TEST(documents, markup)
         {"<a _b1 = \"1\"\n c=\"2\"/>", true, {}, "start a {_b1=1,c=2}; end a"},
         {"<a b=\"\"/>", true, {}, "start a {b=}; end a"},
         {"<a B=\"1\" b=\"2\"/>", true, {}, "start a {B=2}; end a"},
+        {"<a y=\"1\" x=\"2\" Y=\"3\"/>", true, {}, "start a {x=2,y=3}; end a"},
+        {"<a <!-- c --> b=\"1\"/>", true, {}, "start a {b=1}; end a"},
         {"<a b=\"x &amp; <y>\n&#60;\"/>", true, {}, "start a {b=x &amp; <y>\n&#60;}; end a"},
         {"<a x=\"1\"><b y=\"2\"/><c/></a>",
          true,
