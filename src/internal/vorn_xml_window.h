@@ -156,6 +156,8 @@ private:
 };
 
 // Any other source has no window: every character is one get_next_char().
+// The window is empty (next == end), so a reader that looks for a whole tag
+// or run in memory finds none and leaves the reading to the token path.
 template <> class VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE> {
 public:
     const char* const next = nullptr;

@@ -325,36 +325,29 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::token_after(WINDOW& window, co
 // The current token is "<" and current_char the character after it.
 template <class WINDOW> int VORN_XML_SAX_PARSER::start_tag_in(WINDOW& window, std::string& name, SPARE_ENTRIES& spare)
 {
-    if constexpr (std::is_same_v<WINDOW, VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE>>) {
-        (void)window;
-        (void)name;
-        (void)spare;
+    if (class_of(current_char) != vorn_xml_chars::CLASS_NAME_START)
         return TAG_NONE;
-    } else {
-        if (class_of(current_char) != vorn_xml_chars::CLASS_NAME_START)
-            return TAG_NONE;
-        TAG_IN_MEMORY tag;
-        if (!find_tag(window.next, window.end, tag))
-            return TAG_NONE;
-        // The new list, as get_attributes() leaves it.  An empty plain list
-        // is already what a tag without pairs needs.
-        VORN_XML_ATTRIB_LIST* list = current_attrib_list;
-        if (tag.pairs != 0 || list == nullptr || !list->attrib_map.empty() ||
-            typeid(*list) != typeid(VORN_XML_ATTRIB_LIST)) {
-            list = &new_attrib_list(current_attrib_list);
-            spare.take(list->attrib_map);
-            for (int i = 0; i < tag.pairs; ++i)
-                spare.set(*list, tag.names[i].begin, tag.names[i].size, tag.values[i].begin, tag.values[i].size);
-        }
-        list->attrib_cursor = list->attrib_map.end();
-        name.clear();
-        name.push_back(current_char);
-        name.append(window.next, static_cast<std::size_t>(tag.name_end - window.next));
-        // Delivered up to the ">", then the character after it and the next
-        // token, as need_token(">") reads them.
-        token_after(window, tag.close + 1);
-        return tag.empty ? TAG_EMPTY : TAG_START;
+    TAG_IN_MEMORY tag;
+    if (!find_tag(window.next, window.end, tag))
+        return TAG_NONE;
+    // The new list, as get_attributes() leaves it.  An empty plain list
+    // is already what a tag without pairs needs.
+    VORN_XML_ATTRIB_LIST* list = current_attrib_list;
+    if (tag.pairs != 0 || list == nullptr || !list->attrib_map.empty() ||
+        typeid(*list) != typeid(VORN_XML_ATTRIB_LIST)) {
+        list = &new_attrib_list(current_attrib_list);
+        spare.take(list->attrib_map);
+        for (int i = 0; i < tag.pairs; ++i)
+            spare.set(*list, tag.names[i].begin, tag.names[i].size, tag.values[i].begin, tag.values[i].size);
     }
+    list->attrib_cursor = list->attrib_map.end();
+    name.clear();
+    name.push_back(current_char);
+    name.append(window.next, static_cast<std::size_t>(tag.name_end - window.next));
+    // Delivered up to the ">", then the character after it and the next
+    // token, as need_token(">") reads them.
+    token_after(window, tag.close + 1);
+    return tag.empty ? TAG_EMPTY : TAG_START;
 }
 
 // An end tag whose name is `open_name`, from one of two states: the current
@@ -364,30 +357,24 @@ template <class WINDOW> int VORN_XML_SAX_PARSER::start_tag_in(WINDOW& window, st
 // the token-by-token reading, which reports a mismatch.
 template <class WINDOW> bool VORN_XML_SAX_PARSER::end_tag_in(WINDOW& window, const std::string& open_name)
 {
-    if constexpr (std::is_same_v<WINDOW, VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE>>) {
-        (void)window;
-        (void)open_name;
-        return false;
+    const char* rest = window.next;  // the name after its first character
+    if (token_type == TOKEN_END_TAG_OPEN) {
+        if (current_char != open_name[0])
+            return false;
     } else {
-        const char* rest = window.next;  // the name after its first character
-        if (token_type == TOKEN_END_TAG_OPEN) {
-            if (current_char != open_name[0])
-                return false;
-        } else {
-            if (window.end - rest < 2 || rest[0] != '/' || rest[1] != open_name[0])
-                return false;
-            rest += 2;
-        }
-        const char* const name_end = skip_name(rest, window.end);
-        const auto rest_size = static_cast<std::size_t>(name_end - rest);
-        if (rest_size != open_name.size() - 1 || !same_bytes(rest, open_name.data() + 1, rest_size))
+        if (window.end - rest < 2 || rest[0] != '/' || rest[1] != open_name[0])
             return false;
-        const char* const close = skip_spaces(name_end, window.end);
-        if (close == window.end || *close != '>')
-            return false;
-        token_after(window, close + 1);
-        return true;
+        rest += 2;
     }
+    const char* const name_end = skip_name(rest, window.end);
+    const auto rest_size = static_cast<std::size_t>(name_end - rest);
+    if (rest_size != open_name.size() - 1 || !same_bytes(rest, open_name.data() + 1, rest_size))
+        return false;
+    const char* const close = skip_spaces(name_end, window.end);
+    if (close == window.end || *close != '>')
+        return false;
+    token_after(window, close + 1);
+    return true;
 }
 
 // Content is elements followed by at most one run of character data.  Nested

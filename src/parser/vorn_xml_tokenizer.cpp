@@ -1,6 +1,4 @@
 // The tokenizer and the character data reader.
-#include <type_traits>
-
 #include "../internal/vorn_xml_counting_window.h"
 #include "../internal/vorn_xml_failures.h"
 #include "../internal/vorn_xml_window.h"
@@ -265,34 +263,27 @@ bool VORN_XML_SAX_PARSER::read_run_in_window(std::string& run)
 
 template <class WINDOW> bool VORN_XML_SAX_PARSER::run_in(WINDOW& window, std::string& run)
 {
-    if constexpr (std::is_same_v<WINDOW, VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE>>) {
-        (void)window;
-        (void)run;
+    // What gather_text('<') would take: the current character and the
+    // plain text after it, up to a "<" in the window.
+    const char c = current_char;
+    if (c == '<' || c == '&' || c == end_of_input || token_type == TOKEN_UNKNOWN || token_type == TOKEN_END_OF_INPUT)
         return false;
-    } else {
-        // What gather_text('<') would take: the current character and the
-        // plain text after it, up to a "<" in the window.
-        const char c = current_char;
-        if (c == '<' || c == '&' || c == end_of_input || token_type == TOKEN_UNKNOWN ||
-            token_type == TOKEN_END_OF_INPUT)
-            return false;
-        const char* const begin = window.next;
-        const char* const stop = end_of_plain_text(begin, window.end, '<');
-        if (stop == window.end || *stop != '<')
-            return false;
-        const auto size = static_cast<std::size_t>(stop - begin);
-        run.clear();
-        run.append(current_token);
-        run.push_back(c);
-        run.append(begin, size);
-        current_token.clear();
-        current_token.push_back(c);
-        current_token.append(begin, size);
-        window.consume(stop + 1);  // the "<" is delivered, and stays current
-        current_char = '<';
-        token_type = TOKEN_STRING;
-        return true;
-    }
+    const char* const begin = window.next;
+    const char* const stop = end_of_plain_text(begin, window.end, '<');
+    if (stop == window.end || *stop != '<')
+        return false;
+    const auto size = static_cast<std::size_t>(stop - begin);
+    run.clear();
+    run.append(current_token);
+    run.push_back(c);
+    run.append(begin, size);
+    current_token.clear();
+    current_token.push_back(c);
+    current_token.append(begin, size);
+    window.consume(stop + 1);  // the "<" is delivered, and stays current
+    current_char = '<';
+    token_type = TOKEN_STRING;
+    return true;
 }
 
 void VORN_XML_SAX_PARSER::get_xml_text()
