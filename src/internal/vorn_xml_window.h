@@ -116,13 +116,16 @@ template <> struct VORN_XML_WINDOW_OF<VORN_XML_STREAM_INPUT_SOURCE> {
 
 // The window of a source of kind SOURCE, for the length of one token.  The
 // kind is known here, so nothing goes through a virtual call but the reads
-// that the contract leaves to get_next_char().
-template <class SOURCE> class VORN_XML_WINDOW {
+// that the contract leaves to get_next_char().  Those go through THROUGH: the
+// source itself, or a tracking source wrapped around it, which counts what
+// was taken before the source reads on.
+template <class SOURCE, class THROUGH = SOURCE> class VORN_XML_WINDOW {
 public:
     const char* next = nullptr;  // the next byte the source would deliver
     const char* end = nullptr;   // one past the last byte deliverable from memory
 
-    explicit VORN_XML_WINDOW(SOURCE& source) : source_(source) { refill(); }
+    explicit VORN_XML_WINDOW(SOURCE& source) : VORN_XML_WINDOW(source, source) {}
+    VORN_XML_WINDOW(SOURCE& source, THROUGH& through) : source_(source), through_(through) { refill(); }
 
     // Shows the window again after get_next_char() was called on the source.
     void refill() { VORN_XML_WINDOW_OF<SOURCE>::bytes(source_, next, end); }
@@ -146,13 +149,14 @@ public:
             consume(next + 1);
             return c;
         }
-        const char c = static_cast<char>(source_.SOURCE::get_next_char());
+        const char c = static_cast<char>(through_.THROUGH::get_next_char());
         refill();
         return c;
     }
 
 private:
     SOURCE& source_;
+    THROUGH& through_;
 };
 
 // Any other source has no window: every character is one get_next_char().
@@ -176,6 +180,42 @@ private:
 // every caller of vorn_xml_with_window() includes too.
 template <class READ> void vorn_xml_with_counting_window(VORN_XML_COUNTING_INPUT_SOURCE& source, READ&& read);
 
+// What the bulk reading needs of a tracking source: its inner source and
+// that source's kind, known since the tracking source was made.
+struct VORN_XML_TRACKING_ACCESS {
+    // Calls `read(window)` with the inner source's window, read on through
+    // the tracking source, when the inner source is exactly one of the kinds
+    // read in bulk; with the empty window otherwise.
+    template <class READ> static void with_window(VORN_XML_TRACKING_INPUT_SOURCE& source, READ&& read)
+    {
+        using KIND = VORN_XML_TRACKING_INPUT_SOURCE::INNER_KIND;
+        VORN_XML_SAX_INPUT_SOURCE& inner = *source.count_.inner;
+        switch (source.kind_) {
+        case KIND::STREAM: {
+            VORN_XML_WINDOW<VORN_XML_STREAM_INPUT_SOURCE, VORN_XML_TRACKING_INPUT_SOURCE> window(
+                static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(inner), source);
+            read(window);
+            return;
+        }
+        case KIND::STRING: {
+            VORN_XML_WINDOW<VORN_XML_STRING_INPUT_SOURCE, VORN_XML_TRACKING_INPUT_SOURCE> window(
+                static_cast<VORN_XML_STRING_INPUT_SOURCE&>(inner), source);
+            read(window);
+            return;
+        }
+        case KIND::FILE: {
+            VORN_XML_WINDOW<VORN_XML_FILE_INPUT_SOURCE, VORN_XML_TRACKING_INPUT_SOURCE> window(
+                static_cast<VORN_XML_FILE_INPUT_SOURCE&>(inner), source);
+            read(window);
+            return;
+        }
+        case KIND::OTHER: break;
+        }
+        VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE> window(source);
+        read(window);
+    }
+};
+
 // Calls `read(window)` with the window of `source`: of its own kind when its
 // dynamic type is exactly one of the kinds read in bulk, the empty window of
 // any source otherwise.
@@ -195,6 +235,8 @@ template <class READ> inline void vorn_xml_with_window(VORN_XML_SAX_INPUT_SOURCE
     } else if (type == &typeid(VORN_XML_STREAM_INPUT_SOURCE)) {
         VORN_XML_WINDOW<VORN_XML_STREAM_INPUT_SOURCE> window(static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(source));
         read(window);
+    } else if (type == &typeid(VORN_XML_TRACKING_INPUT_SOURCE)) {
+        VORN_XML_TRACKING_ACCESS::with_window(static_cast<VORN_XML_TRACKING_INPUT_SOURCE&>(source), read);
     } else if (type == &typeid(VORN_XML_COUNTING_INPUT_SOURCE)) {
         vorn_xml_with_counting_window(static_cast<VORN_XML_COUNTING_INPUT_SOURCE&>(source), read);
     } else {
