@@ -192,8 +192,8 @@ private:
     const uint32_t* position_;                      // the inner source's byte index
     uint32_t no_position_ = 0;                      // position_ of an OTHER inner source
     INNER_KIND kind_;
-    uint64_t origin_ = 0;              // the offset of the inner source's index 0
-    const char* base_ = nullptr;       // the byte at the inner source's index 0
+    uint64_t origin_ = 0;                    // the offset of the inner source's index 0
+    const char* base_ = nullptr;             // the byte at the inner source's index 0
     mutable const char* counted_ = nullptr;  // the first byte delivered and not counted
 };
 

@@ -26,8 +26,7 @@ VORN_XML_TRACKING_INPUT_SOURCE::VORN_XML_TRACKING_INPUT_SOURCE(VORN_XML_SAX_INPU
         position_ = reinterpret_cast<const uint32_t*>(&static_cast<VORN_XML_FILE_INPUT_SOURCE&>(source).buffer_pos);
     } else if (type == &typeid(VORN_XML_STREAM_INPUT_SOURCE)) {
         kind_ = INNER_KIND::STREAM;
-        position_ =
-            reinterpret_cast<const uint32_t*>(&static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(source).buffer_pos);
+        position_ = reinterpret_cast<const uint32_t*>(&static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(source).buffer_pos);
     }
     look_again();
 }
