@@ -194,6 +194,7 @@ private:
     INNER_KIND kind_;
     uint64_t origin_ = 0;                    // the offset of the inner source's index 0
     const char* base_ = nullptr;             // the byte at the inner source's index 0
+    const char* end_ = nullptr;              // the end of its window when last looked at
     mutable const char* counted_ = nullptr;  // the first byte delivered and not counted
 };
 

@@ -35,11 +35,27 @@ VORN_XML_TRACKING_INPUT_SOURCE::~VORN_XML_TRACKING_INPUT_SOURCE() = default;
 
 void VORN_XML_TRACKING_INPUT_SOURCE::look_again()
 {
+    const char* next = nullptr;
     switch (kind_) {
-    case INNER_KIND::STRING: base_ = static_cast<VORN_XML_STRING_INPUT_SOURCE*>(count_.inner)->xml_string.data(); break;
-    case INNER_KIND::FILE: base_ = vorn_xml_buffer; break;
-    case INNER_KIND::STREAM: base_ = static_cast<VORN_XML_STREAM_INPUT_SOURCE*>(count_.inner)->buffer.get(); break;
-    case INNER_KIND::OTHER: base_ = nullptr; break;
+    case INNER_KIND::STRING: {
+        const auto& inner = static_cast<const VORN_XML_STRING_INPUT_SOURCE&>(*count_.inner);
+        base_ = inner.xml_string.data();
+        VORN_XML_WINDOW_OF<VORN_XML_STRING_INPUT_SOURCE>::bytes(inner, next, end_);
+        break;
+    }
+    case INNER_KIND::FILE: {
+        base_ = vorn_xml_buffer;
+        VORN_XML_WINDOW_OF<VORN_XML_FILE_INPUT_SOURCE>::bytes(
+            static_cast<const VORN_XML_FILE_INPUT_SOURCE&>(*count_.inner), next, end_);
+        break;
+    }
+    case INNER_KIND::STREAM: {
+        const auto& inner = static_cast<const VORN_XML_STREAM_INPUT_SOURCE&>(*count_.inner);
+        base_ = inner.buffer.get();
+        VORN_XML_WINDOW_OF<VORN_XML_STREAM_INPUT_SOURCE>::bytes(inner, next, end_);
+        break;
+    }
+    case INNER_KIND::OTHER: base_ = end_ = nullptr; break;
     }
     origin_ = count_.next.offset - *position_;
     counted_ = base_ == nullptr ? nullptr : base_ + *position_;
@@ -53,13 +69,26 @@ void VORN_XML_TRACKING_INPUT_SOURCE::catch_up() const
     if (now == counted_)
         return;
     // Bytes taken in bulk since the last count: never 0xFF, never past the
-    // inner source's window, which has not been refilled since.
-    vorn_xml_counting::count_run(count_, counted_, static_cast<std::size_t>(now - counted_), now);
+    // inner source's window, which has not been refilled since.  A long run
+    // is counted for the places the fields keep only.
+    const auto size = static_cast<std::size_t>(now - counted_);
+    if (size >= 64)
+        vorn_xml_counting::count_run_in_bulk(count_, counted_, size);
+    else
+        vorn_xml_counting::count_run(count_, counted_, size, now);
     counted_ = now;
 }
 
 int VORN_XML_TRACKING_INPUT_SOURCE::get_next_char()
 {
+    // A byte the inner source holds in memory (a reference's, read one at a
+    // time) is counted with the rest; only a call that may read on or end
+    // the input needs the count brought up to date first.
+    if (base_ != nullptr) {
+        const char* const now = base_ + *position_;
+        if (now < end_ && now >= base_ && *now != static_cast<char>(-1))
+            return count_.inner->get_next_char();
+    }
     catch_up();
     const int c = count_.VORN_XML_COUNTING_INPUT_SOURCE::get_next_char();
     look_again();
