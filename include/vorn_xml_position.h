@@ -130,7 +130,10 @@ public:
 //
 // offset() is cheap (two loads and an add) and exact at every event; each
 // of the three positions first counts, in one pass, what was delivered
-// since the last count.
+// since the last count: at most one chunk of a file or streaming source, up
+// to the whole text of a string source (whose text is never read anew).
+// Counting changes private state, so even the const questions must not be
+// asked from two threads at once.
 //
 // The wrapper does not own the inner source, which must outlive it and must
 // not be read by anyone else meanwhile (the wrapper counts what the inner
@@ -153,8 +156,10 @@ public:
     VORN_XML_TRACKING_INPUT_SOURCE& operator=(const VORN_XML_TRACKING_INPUT_SOURCE&) = delete;
     ~VORN_XML_TRACKING_INPUT_SOURCE() override;
 
-    // The inner source's next character.  What the inner source delivered
-    // since the last count is counted first, then this character.
+    // The inner source's next character.  When the inner source may read on
+    // or end the input for it, what was delivered since the last count is
+    // counted first, then this character; a character it holds in memory is
+    // counted later with the rest.
     int get_next_char() override;
 
     // The number of bytes delivered so far (the counting source's
