@@ -5,13 +5,20 @@
 // one character at a time.  Then from each kind again wrapped in a counting
 // source (read in bulk) and in a class derived from the counting source (one
 // character at a time), copying the text or not as the input's length says.
+// Then from each kind wrapped in a tracking source (read in bulk, counting
+// only when asked), against the counting source read one character at a
+// time: asked for its three positions at every event, and asked for them
+// only at the end, so that its counting runs span single tags and whole
+// chunks.
 // Each pair must agree on everything recorded:
 // the result, the messages, every event with the parser's reading state and
 // the source's fields at that moment (for the file source also the contents
 // of vorn_xml_buffer; for a counting source its positions and its inner
 // source's fields), the tree, the text given to process_end_document, the
 // source's fields at the end and, for a counting source, the failure and
-// token positions.  A difference aborts.
+// token positions.  For the tracking source the fields at each event are its
+// offset, its inner source's fields and (when asked) its reading, token and
+// failure positions, against the counting source's.  A difference aborts.
 #include <unistd.h>
 
 #include <cstddef>
@@ -81,6 +88,33 @@ std::string fields_of(const VORN_XML_SAX_INPUT_SOURCE* source)
            " last=" + std::to_string(f->last_char) + " buffer=" + digest(vorn_xml_buffer, sizeof vorn_xml_buffer);
 }
 
+// What is compared at each event: every field, or what a tracking source
+// shows (its offset, with or without its three positions).
+enum class RECORD { FIELDS, POSITIONS, OFFSETS };
+
+// A tracking source, or a counting source standing in for one: the offset,
+// the three positions when `ask`, and the inner source's fields.
+std::string positions_of(const VORN_XML_SAX_INPUT_SOURCE* source, const VORN_XML_SAX_PARSER& parser, bool ask)
+{
+    std::string out;
+    const VORN_XML_SAX_INPUT_SOURCE* inner;
+    if (const auto* t = dynamic_cast<const VORN_XML_TRACKING_INPUT_SOURCE*>(source)) {
+        out = "offset=" + std::to_string(t->offset());
+        if (ask)
+            out += " at " + place(t->get_reading_position()) + " " + place(t->get_token_position(parser)) + " " +
+                   place(t->get_failure_position(parser));
+        inner = &t->get_inner_source();
+    } else {
+        const auto* c = dynamic_cast<const VORN_XML_COUNTING_INPUT_SOURCE*>(source);
+        out = "offset=" + std::to_string(c->next.offset);
+        if (ask)
+            out += " at " + place(c->get_reading_position()) + " " + place(c->get_token_position(parser)) + " " +
+                   place(c->get_failure_position(parser));
+        inner = c->inner;
+    }
+    return out + " | inner " + fields_of(inner);
+}
+
 std::string tree_text(VORN_XML_ELEMENT* root)
 {
     std::string out;
@@ -97,13 +131,17 @@ std::string tree_text(VORN_XML_ELEMENT* root)
 class RECORDER : public VORN_XML_SAX_TREE_HANDLER {
 public:
     VORN_XML_SAX_PARSER* parser = nullptr;
+    RECORD record = RECORD::FIELDS;
     std::vector<std::string> lines;
     std::vector<std::unique_ptr<VORN_XML_ELEMENT>> replaced;
 
     void note(const std::string& event)
     {
         lines.push_back(event + " | char=" + std::to_string(parser->current_char) + " token=" + parser->current_token +
-                        " type=" + std::to_string(parser->token_type) + " | " + fields_of(parser->input_source));
+                        " type=" + std::to_string(parser->token_type) + " | " +
+                        (record == RECORD::FIELDS
+                             ? fields_of(parser->input_source)
+                             : positions_of(parser->input_source, *parser, record == RECORD::POSITIONS)));
     }
     void process_start_document() override
     {
@@ -135,11 +173,12 @@ public:
     }
 };
 
-std::vector<std::string> run(VORN_XML_SAX_INPUT_SOURCE& source)
+std::vector<std::string> run(VORN_XML_SAX_INPUT_SOURCE& source, RECORD record = RECORD::FIELDS)
 {
     RECORDER recorder;
     VORN_XML_SAX_PARSER parser;
     recorder.parser = &parser;
+    recorder.record = record;
     parser.set_tree_handler(&recorder);
     const bool ok = parser.parse(&source);
     std::vector<std::string> out = std::move(recorder.lines);
@@ -148,10 +187,14 @@ std::vector<std::string> run(VORN_XML_SAX_INPUT_SOURCE& source)
     for (const std::string& message : errors->error_message_list)
         out.push_back("error " + message);
     out.push_back("end | char=" + std::to_string(parser.current_char) + " token=" + parser.current_token +
-                  " type=" + std::to_string(parser.token_type) + " | " + fields_of(&source));
+                  " type=" + std::to_string(parser.token_type) + " | " +
+                  (record == RECORD::FIELDS ? fields_of(&source) : positions_of(&source, parser, true)));
     if (const auto* counting = dynamic_cast<const VORN_XML_COUNTING_INPUT_SOURCE*>(&source))
         out.push_back("at " + place(counting->get_failure_position(parser)) + " token " +
                       place(counting->get_token_position(parser)));
+    else if (const auto* tracking = dynamic_cast<const VORN_XML_TRACKING_INPUT_SOURCE*>(&source))
+        out.push_back("at " + place(tracking->get_failure_position(parser)) + " token " +
+                      place(tracking->get_token_position(parser)));
     for (const auto& root : recorder.replaced)
         out.push_back("tree " + tree_text(root.get()));
     out.push_back("tree " + tree_text(recorder.get_root_element()));
@@ -201,6 +244,16 @@ void compare(const std::string& arg, const std::string& what, bool keep_text, bo
     const std::vector<std::string> first = run(bulk);
     reset();
     check_same(first, run(single), ("counting " + what).c_str());
+    for (const RECORD record : {RECORD::POSITIONS, RECORD::OFFSETS}) {
+        SOURCE inner_tracked(arg);
+        SOURCE inner_counted(arg);
+        VORN_XML_TRACKING_INPUT_SOURCE tracked(inner_tracked);
+        COUNTING_ONE_BY_ONE counted(inner_counted, false);
+        reset();
+        const std::vector<std::string> told = run(tracked, record);
+        reset();
+        check_same(told, run(counted, record), ("tracking " + what).c_str());
+    }
 }
 
 }  // namespace

@@ -19,14 +19,15 @@ constexpr uint64_t progress_step = uint64_t{64} << 20;
 // Tells, on standard error, how far reading has got through a large input:
 // every 64 MiB once it is past that, out of `size` bytes when the size is
 // known (not 0).  It stands between the parser and the mode's handler and
-// looks at the counting source's offset at each event, so that the source is
-// still read in bulk; report() looks once more after the parse.  A report
-// comes out at the first event after its 64 MiB were read, before that
-// event's output: in the same order and with the same text as if the offset
-// were watched byte by byte.
-class PROGRESS : public VORN_XML_SAX_TREE_HANDLER {
+// looks at the tracking source's offset at each event (one compare, the
+// source counts nothing for it), so that the source is still read in bulk;
+// report() looks once more after the parse.  A report comes out at the
+// first event after its 64 MiB were read, before that event's output: in
+// the same order and with the same text as if the offset were watched byte
+// by byte.
+class PROGRESS final : public VORN_XML_SAX_TREE_HANDLER {
 public:
-    PROGRESS(VORN_XML_SAX_TREE_HANDLER& events, const VORN_XML_COUNTING_INPUT_SOURCE& source, std::string name,
+    PROGRESS(VORN_XML_SAX_TREE_HANDLER& events, const VORN_XML_TRACKING_INPUT_SOURCE& source, std::string name,
              uint64_t size)
         : events(events), source(source), label(std::move(name)), total(size),
           next_report(size != 0 && size <= progress_step ? UINT64_MAX : progress_step)
@@ -63,7 +64,14 @@ public:
     // Reports each step of 64 MiB that was read and not reported yet.
     void report()
     {
-        while (source.next.offset >= next_report) {
+        if (source.offset() >= next_report)
+            report_steps();
+    }
+
+private:
+    __attribute__((noinline)) void report_steps()
+    {
+        while (source.offset() >= next_report) {
             std::string of;
             if (total != 0)
                 of = " of " + std::to_string(total >> 20);
@@ -73,15 +81,14 @@ public:
         }
     }
 
-private:
     VORN_XML_SAX_TREE_HANDLER& events;
-    const VORN_XML_COUNTING_INPUT_SOURCE& source;
+    const VORN_XML_TRACKING_INPUT_SOURCE& source;
     std::string label;
     uint64_t total;
     uint64_t next_report;
 };
 
-void report_errors(const std::string& label, VORN_XML_SAX_PARSER& parser, const VORN_XML_COUNTING_INPUT_SOURCE& source)
+void report_errors(const std::string& label, VORN_XML_SAX_PARSER& parser, const VORN_XML_TRACKING_INPUT_SOURCE& source)
 {
     const VORN_XML_POSITION at = source.get_failure_position(parser);
     const std::string prefix = label + ":" + std::to_string(at.line) + ":" + std::to_string(at.column) + ": ";
@@ -128,9 +135,10 @@ int read_document(const std::string& path, const MODE_MAKER& make_mode, bool sev
         parser.set_tree_handler(&events);
         ok = parser.parse(&input);
     } else {
-        // Read in bulk as well: the counting source is of the kind the
-        // parser reads straight from the streaming source's buffer.
-        VORN_XML_COUNTING_INPUT_SOURCE source(input);
+        // Read in bulk as well: the parser reads the tracking source straight
+        // from the streaming source's buffer, and the tracking source counts
+        // lines only per chunk and for the failure's position.
+        VORN_XML_TRACKING_INPUT_SOURCE source(input);
         PROGRESS progress(events, source, label,
                           known && S_ISREG(info.st_mode) ? static_cast<uint64_t>(info.st_size) : 0);
         parser.set_tree_handler(&progress);

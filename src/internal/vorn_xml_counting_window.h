@@ -196,6 +196,118 @@ inline void count_run(VORN_XML_COUNTING_INPUT_SOURCE& source, const char* run, s
     source.after_lt = run[end] == '<';
 }
 
+// count_run() for a long run whose bytes were all delivered since the last
+// count, as a tracking source catches up: of the places it delivered, the
+// fields keep only the last byte's, the last three quotes' and the last two
+// "</"'s.  A backward pass finds those and the line feeds around them, and
+// a forward pass counts the other line feeds sixteen bytes at a time.
+__attribute__((noinline)) inline void count_run_in_bulk(VORN_XML_COUNTING_INPUT_SOURCE& source, const char* run,
+                                                        std::size_t size)
+{
+    enum { LAST, QUOTE, SLASH };
+    struct MARK {
+        std::size_t index;
+        int kind;
+        uint64_t newlines_from;  // line feeds in run[index..size)
+        uint64_t column;
+        bool placed;  // column known
+    };
+    MARK marks[6];
+    int count = 0;
+    int quotes = 0;
+    int slashes = 0;
+    int unplaced = 1;
+    const std::size_t none = ~std::size_t{0};
+    std::size_t last_newline = none;
+    uint64_t newlines = 0;  // line feeds at or above the scan
+    const char last = run[size - 1];
+    marks[count++] = MARK{size - 1, LAST, last == '\n' ? uint64_t{1} : uint64_t{0}, 0, false};
+    std::size_t low = size;  // run[low..size) scanned
+    while (low != 0) {
+        const std::size_t high = low;
+        low = high >= 16 ? high - 16 : 0;
+        unsigned mask = marks_of(run + low, high - low, high - low == 16);
+        while (mask != 0) {
+            const int bit = 31 - __builtin_clz(mask);
+            mask &= ~(1u << bit);
+            const std::size_t i = low + static_cast<std::size_t>(bit);
+            const char c = run[i];
+            if (c == '\n') {
+                if (last_newline == none)
+                    last_newline = i;
+                for (int k = 0; k < count && unplaced != 0; ++k) {
+                    if (!marks[k].placed && marks[k].index > i) {
+                        marks[k].column = marks[k].index - i;
+                        marks[k].placed = true;
+                        --unplaced;
+                    }
+                }
+                if (i != size - 1)  // the last byte's own line feed is counted already
+                    ++newlines;
+            } else if (c == '"' ? quotes < 3 : slashes < 2 && (i == 0 ? source.after_lt : run[i - 1] == '<')) {
+                (c == '"' ? quotes : slashes) += 1;
+                marks[count++] = MARK{i, c == '"' ? QUOTE : SLASH, newlines + (last == '\n' ? 1 : 0), 0, false};
+                ++unplaced;
+            }
+        }
+        if (quotes == 3 && slashes == 2 && unplaced == 0)
+            break;
+    }
+    if (last == '\n')
+        ++newlines;
+    // The line feeds below the scan, counted only: each 16-byte lane counts
+    // up to 252 of them (63 rounds of 64 bytes) before they are summed.
+    std::size_t i = 0;
+#ifdef __SSE2__
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i feed = _mm_set1_epi8('\n');
+    const auto feeds_at = [&](std::size_t at) {
+        return _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(run + at)), feed);
+    };
+    while (i + 16 <= low) {
+        __m128i lanes = zero;
+        for (int rounds = 0; rounds < 63 && i + 64 <= low; ++rounds, i += 64) {
+            lanes = _mm_sub_epi8(lanes, _mm_add_epi8(_mm_add_epi8(feeds_at(i), feeds_at(i + 16)),
+                                                     _mm_add_epi8(feeds_at(i + 32), feeds_at(i + 48))));
+        }
+        if (i + 64 > low) {
+            for (; i + 16 <= low; i += 16)
+                lanes = _mm_sub_epi8(lanes, feeds_at(i));
+        }
+        const __m128i sums = _mm_sad_epu8(lanes, zero);
+        newlines += static_cast<uint64_t>(_mm_cvtsi128_si64(sums)) +
+                    static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(sums, sums)));
+    }
+#endif
+    for (; i < low; ++i)
+        newlines += run[i] == '\n' ? 1 : 0;
+
+    const VORN_XML_POSITION start = source.next;
+    const auto place = [&](const MARK& mark) {
+        return VORN_XML_POSITION{start.line + newlines - mark.newlines_from,
+                                 mark.placed ? mark.column : start.column + mark.index, start.offset + mark.index};
+    };
+    VORN_XML_POSITION found_quotes[3];
+    VORN_XML_POSITION found_slashes[2];
+    int q = 0;
+    int e = 0;
+    for (int k = 1; k < count; ++k) {
+        if (marks[k].kind == QUOTE)
+            found_quotes[q++] = place(marks[k]);
+        else
+            found_slashes[e++] = place(marks[k]);
+    }
+    // Oldest first, as the calls would have noted them.
+    for (int k = q - 1; k >= 0; --k)
+        note_quote(source, found_quotes[k]);
+    for (int k = e - 1; k >= 0; --k)
+        note_end_tag(source, found_slashes[k]);
+    source.last = place(marks[0]);
+    source.next = VORN_XML_POSITION{
+        start.line + newlines, last_newline == none ? start.column + size : size - last_newline, start.offset + size};
+    source.after_lt = last == '<';
+}
+
 }  // namespace vorn_xml_counting
 
 // The window of a counting source whose inner source is of kind INNER: the

@@ -116,13 +116,20 @@ template <> struct VORN_XML_WINDOW_OF<VORN_XML_STREAM_INPUT_SOURCE> {
 
 // The window of a source of kind SOURCE, for the length of one token.  The
 // kind is known here, so nothing goes through a virtual call but the reads
-// that the contract leaves to get_next_char().
+// that the contract leaves to get_next_char().  Those go through `through`:
+// the source itself, or a tracking source wrapped around it, which counts
+// what was taken before the source reads on.  Either way the window is of
+// the same type, so the readers have one copy per kind of source.
 template <class SOURCE> class VORN_XML_WINDOW {
 public:
     const char* next = nullptr;  // the next byte the source would deliver
     const char* end = nullptr;   // one past the last byte deliverable from memory
 
-    explicit VORN_XML_WINDOW(SOURCE& source) : source_(source) { refill(); }
+    explicit VORN_XML_WINDOW(SOURCE& source) : VORN_XML_WINDOW(source, source) {}
+    VORN_XML_WINDOW(SOURCE& source, VORN_XML_SAX_INPUT_SOURCE& through) : source_(source), through_(through)
+    {
+        refill();
+    }
 
     // Shows the window again after get_next_char() was called on the source.
     void refill() { VORN_XML_WINDOW_OF<SOURCE>::bytes(source_, next, end); }
@@ -146,13 +153,14 @@ public:
             consume(next + 1);
             return c;
         }
-        const char c = static_cast<char>(source_.SOURCE::get_next_char());
+        const char c = static_cast<char>(through_.get_next_char());
         refill();
         return c;
     }
 
 private:
     SOURCE& source_;
+    VORN_XML_SAX_INPUT_SOURCE& through_;
 };
 
 // Any other source has no window: every character is one get_next_char().
@@ -176,26 +184,48 @@ private:
 // every caller of vorn_xml_with_window() includes too.
 template <class READ> void vorn_xml_with_counting_window(VORN_XML_COUNTING_INPUT_SOURCE& source, READ&& read);
 
+// What the bulk reading needs of a tracking source: the source whose window
+// it shows, its inner source when that is exactly one of the kinds read in
+// bulk (known since the tracking source was made), and itself otherwise.
+struct VORN_XML_TRACKING_ACCESS {
+    static VORN_XML_SAX_INPUT_SOURCE& shown(VORN_XML_TRACKING_INPUT_SOURCE& source)
+    {
+        if (source.kind_ == VORN_XML_TRACKING_INPUT_SOURCE::INNER_KIND::OTHER)
+            return source;
+        return *source.count_.inner;
+    }
+};
+
 // Calls `read(window)` with the window of `source`: of its own kind when its
-// dynamic type is exactly one of the kinds read in bulk, the empty window of
-// any source otherwise.
+// dynamic type is exactly one of the kinds read in bulk, the window of its
+// inner source, read on through it, for a tracking source over one of them,
+// and the empty window of any source otherwise.  The tracking source is
+// unwrapped first, so that each reader is called from one place per kind
+// (and stays inlined).
 // The test compares the type_info objects themselves: the library's kinds
 // have their virtual destructor defined in the library, so each has one
 // type_info object in the process, and the test costs no name comparison.  A
 // false "no" would only mean a slower read; a false "yes" cannot happen.
 template <class READ> inline void vorn_xml_with_window(VORN_XML_SAX_INPUT_SOURCE& source, READ&& read)
 {
-    const std::type_info* const type = &typeid(source);
+    VORN_XML_SAX_INPUT_SOURCE* shown = &source;
+    const std::type_info* type = &typeid(source);
+    if (type == &typeid(VORN_XML_TRACKING_INPUT_SOURCE)) {
+        shown = &VORN_XML_TRACKING_ACCESS::shown(static_cast<VORN_XML_TRACKING_INPUT_SOURCE&>(source));
+        type = &typeid(*shown);
+    }
     if (type == &typeid(VORN_XML_STRING_INPUT_SOURCE)) {
-        VORN_XML_WINDOW<VORN_XML_STRING_INPUT_SOURCE> window(static_cast<VORN_XML_STRING_INPUT_SOURCE&>(source));
+        VORN_XML_WINDOW<VORN_XML_STRING_INPUT_SOURCE> window(static_cast<VORN_XML_STRING_INPUT_SOURCE&>(*shown),
+                                                             source);
         read(window);
     } else if (type == &typeid(VORN_XML_FILE_INPUT_SOURCE)) {
-        VORN_XML_WINDOW<VORN_XML_FILE_INPUT_SOURCE> window(static_cast<VORN_XML_FILE_INPUT_SOURCE&>(source));
+        VORN_XML_WINDOW<VORN_XML_FILE_INPUT_SOURCE> window(static_cast<VORN_XML_FILE_INPUT_SOURCE&>(*shown), source);
         read(window);
     } else if (type == &typeid(VORN_XML_STREAM_INPUT_SOURCE)) {
-        VORN_XML_WINDOW<VORN_XML_STREAM_INPUT_SOURCE> window(static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(source));
+        VORN_XML_WINDOW<VORN_XML_STREAM_INPUT_SOURCE> window(static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(*shown),
+                                                             source);
         read(window);
-    } else if (type == &typeid(VORN_XML_COUNTING_INPUT_SOURCE)) {
+    } else if (type == &typeid(VORN_XML_COUNTING_INPUT_SOURCE)) {  // never a tracking source's inner source
         vorn_xml_with_counting_window(static_cast<VORN_XML_COUNTING_INPUT_SOURCE&>(source), read);
     } else {
         VORN_XML_WINDOW<VORN_XML_SAX_INPUT_SOURCE> window(source);

@@ -90,35 +90,65 @@ void expect_written_back(VORN_XML_ELEMENT* root, int indent)
     EXPECT_EQ(dump_tree(parser.get_tree_handler()->get_root_element()), dump_tree(root)) << written;
 }
 
+namespace {
+
+std::string place(const VORN_XML_POSITION& at)
+{
+    return std::to_string(at.line) + ":" + std::to_string(at.column);
+}
+
+// One parse through `source` (a counting or tracking source); `places` gets
+// its reading, token and failure positions at the end.
+template <class WRAPPER> OUTCOME parse_through(WRAPPER& source, std::string& places, bool write_back)
+{
+    RECORDING_HANDLER handler;
+    VORN_XML_SAX_PARSER parser;
+    parser.set_tree_handler(&handler);
+    OUTCOME out;
+    out.ok = parser.parse(&source);
+    out.errors = error_messages(parser.get_error_handler());
+    out.events = handler.events;
+    out.tree = dump_tree(handler.get_root_element());
+    out.end_text = handler.end_document_text;
+    if (!out.ok)
+        out.at = place(source.get_failure_position(parser));
+    const VORN_XML_POSITION reading = source.get_reading_position();
+    places = place(reading) + "@" + std::to_string(reading.offset) + " " + place(source.get_token_position(parser)) +
+             " " + place(source.get_failure_position(parser));
+    if (write_back && out.ok && !out.tree.empty())
+        expect_written_back(handler.get_root_element(), 2);
+    return out;
+}
+
+}  // namespace
+
 OUTCOME parse_all_ways(const std::string& document)
 {
     SCOPED_TRACE(document.size() < 4096 ? document : std::to_string(document.size()) + " bytes");
     const TEMP_DIR dir;
-    VORN_XML_STRING_INPUT_SOURCE from_string(document);
-    VORN_XML_FILE_INPUT_SOURCE from_file(dir.write("doc.xml", document));
-    VORN_XML_STREAM_INPUT_SOURCE from_stream(dir.path + "/doc.xml");
-    BYTE_SOURCE from_bytes(document);
-    const std::pair<const char*, VORN_XML_SAX_INPUT_SOURCE*> sources[] = {{"string source", &from_string},
-                                                                          {"file source", &from_file},
-                                                                          {"stream source", &from_stream},
-                                                                          {"byte source", &from_bytes}};
+    const std::string path = dir.write("doc.xml", document);
+    // Each kind twice: in a counting source, then in a tracking source.
+    VORN_XML_STRING_INPUT_SOURCE from_string(document), string_tracked(document);
+    VORN_XML_FILE_INPUT_SOURCE from_file(path), file_tracked(path);
+    VORN_XML_STREAM_INPUT_SOURCE from_stream(path), stream_tracked(path);
+    BYTE_SOURCE from_bytes(document), bytes_tracked(document);
+    const std::tuple<const char*, VORN_XML_SAX_INPUT_SOURCE*, VORN_XML_SAX_INPUT_SOURCE*> sources[] = {
+        {"string source", &from_string, &string_tracked},
+        {"file source", &from_file, &file_tracked},
+        {"stream source", &from_stream, &stream_tracked},
+        {"byte source", &from_bytes, &bytes_tracked}};
     OUTCOME first;
-    for (const auto& [name, inner] : sources) {
+    for (const auto& [name, inner, tracked_inner] : sources) {
         SCOPED_TRACE(name);
         VORN_XML_COUNTING_INPUT_SOURCE source(*inner, true);
-        RECORDING_HANDLER handler;
-        VORN_XML_SAX_PARSER parser;
-        parser.set_tree_handler(&handler);
-        OUTCOME out;
-        out.ok = parser.parse(&source);
-        out.errors = error_messages(parser.get_error_handler());
-        out.events = handler.events;
-        out.tree = dump_tree(handler.get_root_element());
-        out.end_text = handler.end_document_text;
-        if (!out.ok) {
-            const VORN_XML_POSITION at = source.get_failure_position(parser);
-            out.at = std::to_string(at.line) + ":" + std::to_string(at.column);
-        }
+        std::string places, tracked_places;
+        OUTCOME out = parse_through(source, places, inner == &from_string);
+        // The tracking source tells the same, though it counts only when asked.
+        VORN_XML_TRACKING_INPUT_SOURCE tracking(*tracked_inner);
+        const OUTCOME tracked = parse_through(tracking, tracked_places, false);
+        EXPECT_EQ(std::tie(tracked.ok, tracked.errors, tracked.events, tracked.tree, tracked_places),
+                  std::tie(out.ok, out.errors, out.events, out.tree, places));
+        EXPECT_EQ(tracked.end_text, "");
         if (inner != &from_string) {
             // Once the string source has handed over the whole document, the
             // file and byte sources hand over the same (the streaming source
@@ -136,11 +166,10 @@ OUTCOME parse_all_ways(const std::string& document)
         // Read to the end: the reading position is past the last byte.
         EXPECT_TRUE(out.end_text != document || source.get_reading_position().offset == document.size());
         first = out;
-        if (out.ok && !out.tree.empty())
-            expect_written_back(handler.get_root_element(), 2);
     }
     // Each character is read once, the end of input a few times.
     EXPECT_LE(from_bytes.calls, static_cast<long>(document.size()) + 4);
+    EXPECT_LE(bytes_tracked.calls, static_cast<long>(document.size()) + 4);
     return first;
 }
 

@@ -96,8 +96,9 @@ struct OUTCOME {
 
 // Parses `document` with a fresh parser and a RECORDING_HANDLER through the
 // string, file, streaming and byte sources, each wrapped in a counting
-// source that copies their text, checks that the outcomes agree, and
-// returns the string source's.  When the string source hands the whole
+// source that copies their text and again in a tracking source, checks that
+// the outcomes (and the two wrappers' reading, token and failure positions)
+// agree, and returns the string source's.  When the string source hands the whole
 // document to process_end_document, the file and byte sources do too (the
 // streaming source nothing); a tree read, written back, reads back the same.
 OUTCOME parse_all_ways(const std::string& document);
