@@ -441,11 +441,10 @@ template <class WINDOW> bool VORN_XML_SAX_PARSER::end_tag_in(WINDOW& window, con
             return false;
         rest += 2;
     }
-    // The rest of the open name, then a byte that ends a name: compared in
-    // place rather than scanned first.
+    // The rest of the open name, compared in place rather than scanned
+    // first: a longer name then fails at the test for ">".
     const auto rest_size = open_name.size() - 1;
-    if (static_cast<std::size_t>(window.end - rest) <= rest_size ||
-        !same_bytes(rest, open_name.data() + 1, rest_size) || is_name_char(rest[rest_size]))
+    if (static_cast<std::size_t>(window.end - rest) <= rest_size || !same_bytes(rest, open_name.data() + 1, rest_size))
         return false;
     const char* const close = skip_spaces(rest + rest_size, window.end);
     if (close == window.end || *close != '>')
