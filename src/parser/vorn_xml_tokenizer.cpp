@@ -226,54 +226,18 @@ void VORN_XML_SAX_PARSER::gather_text(char stop)
     token_type = TOKEN_STRING;
 }
 
-// Runs of plain characters are taken at once; a reference or the end of
-// input goes through get_xml_text(), one call each, as the character data
-// reader takes them in.
-template <class WINDOW> void VORN_XML_SAX_PARSER::read_text(WINDOW& window, char stop)
-{
-    char c = current_char;
-    while (c != stop) {
-        if (c == '&' || c == end_of_input) {
-            current_char = c;
-            get_xml_text();
-            if (token_type == TOKEN_END_OF_INPUT)
-                return;
-            c = current_char;
-            window.refill();
-            continue;
-        }
-        current_token.push_back(c);
-        const char* const begin = window.next;
-        const char* const p = end_of_plain_text(begin, window.end, stop);
-        if (p != begin) {
-            current_token.append(begin, static_cast<std::size_t>(p - begin));
-            window.consume(p);
-        }
-        c = window.get();
-    }
-    current_char = c;
-}
-
-bool VORN_XML_SAX_PARSER::read_run_in_window(std::string& run)
-{
-    bool read = false;
-    vorn_xml_with_window(*input_source, [&](auto& window) { read = run_in(window, run); });
-    return read;
-}
-
 namespace {
 
-// A reference that begins at the "&" at `p`, as get_xml_text() takes it in:
-// the "&", the letters that match one of the five names and one byte more
-// (the ";" of a complete reference, or the byte that ended the match).
-// Returns one past those bytes, with `yields` the character a complete
-// reference stands for, or 0 when the bytes stay in the text as written.
-// Null when they do not all lie in [p, end) or one of them is 0xFF: the
-// character data reader then takes the reference.
-inline const char* reference_in(const char* p, const char* end, char& yields)
+// A reference whose "&" stands just before `q`, as get_xml_text() takes it
+// in: after the "&", the letters that match one of the five names and one
+// byte more (the ";" of a complete reference, or the byte that ended the
+// match).  Returns one past those bytes, with `yields` the character a
+// complete reference stands for, or 0 when the bytes stay in the text as
+// written.  Null when they do not all lie in [q, end) or one of them is
+// 0xFF: the character data reader then takes the reference.
+inline const char* reference_after(const char* q, const char* end, char& yields)
 {
     yields = 0;
-    const char* q = p + 1;
     if (q == end || *q == end_of_input)
         return nullptr;
     const char* name = nullptr;  // the letters after the one that chose it
@@ -317,6 +281,58 @@ inline const char* reference_in(const char* p, const char* end, char& yields)
 
 }  // namespace
 
+// Runs of plain characters are taken at once, and references that lie in
+// the window; any other reference, and the end of input, go through
+// get_xml_text(), one call each, as the character data reader takes them in.
+template <class WINDOW> void VORN_XML_SAX_PARSER::read_text(WINDOW& window, char stop)
+{
+    char c = current_char;
+    while (c != stop) {
+        if (c == '&') {
+            // A reference that lies whole in the window is taken in here,
+            // as get_xml_text() would take it.
+            char yields = 0;
+            const char* const after = reference_after(window.next, window.end, yields);
+            if (after != nullptr) {
+                if (yields != 0) {
+                    current_token.push_back(yields);
+                } else {
+                    current_token.push_back('&');
+                    current_token.append(window.next, static_cast<std::size_t>(after - window.next));
+                }
+                window.consume(after);
+                c = window.get();
+                continue;
+            }
+        }
+        if (c == '&' || c == end_of_input) {
+            current_char = c;
+            get_xml_text();
+            if (token_type == TOKEN_END_OF_INPUT)
+                return;
+            c = current_char;
+            window.refill();
+            continue;
+        }
+        current_token.push_back(c);
+        const char* const begin = window.next;
+        const char* const p = end_of_plain_text(begin, window.end, stop);
+        if (p != begin) {
+            current_token.append(begin, static_cast<std::size_t>(p - begin));
+            window.consume(p);
+        }
+        c = window.get();
+    }
+    current_char = c;
+}
+
+bool VORN_XML_SAX_PARSER::read_run_in_window(std::string& run)
+{
+    bool read = false;
+    vorn_xml_with_window(*input_source, [&](auto& window) { read = run_in(window, run); });
+    return read;
+}
+
 template <class WINDOW>
 inline __attribute__((always_inline)) bool VORN_XML_SAX_PARSER::run_in(WINDOW& window, std::string& run)
 {
@@ -345,7 +361,7 @@ inline __attribute__((always_inline)) bool VORN_XML_SAX_PARSER::run_in(WINDOW& w
         if (*p == '<')
             break;
         char yields = 0;
-        const char* const after = reference_in(p, end, yields);
+        const char* const after = reference_after(p + 1, end, yields);
         if (after == nullptr)
             return false;
         if (yields != 0) {
