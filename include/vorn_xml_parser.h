@@ -149,9 +149,9 @@ private:
     template <class WINDOW> bool end_tag_in(WINDOW& window, const std::string& open_name);
     template <class WINDOW> void token_after(WINDOW& window, const char* after);
     // get_next_token(true, '<') for a run of character data that lies in the
-    // source's window up to its "<" and holds no reference: the run (the
+    // source's window up to its "<", references included: the run (the
     // current token and the text gathered) goes into `run`.  False, with
-    // nothing read, otherwise.
+    // nothing read (`run` then holds anything), otherwise.
     bool read_run_in_window(std::string& run);
     template <class WINDOW> bool run_in(WINDOW& window, std::string& run);
     // True when the current token's text is exactly the literal `text`.

@@ -85,19 +85,25 @@ __attribute__((noinline)) int VORN_XML_FILE_INPUT_SOURCE::read_next_chunk()
     return last_char;
 }
 
-// Room in xml_text for `length` more bytes.  The text grows with what was
-// read, four times over at each step (fewer copies of a long text than the
-// string's own doubling), and never beyond the size of the file while what
-// was read fits in it: a file read to its end leaves no room to spare, and a
-// huge file of which little is read costs little.
+// Room in xml_text for `length` more bytes.  A regular file of up to
+// whole_file_room bytes gets room for all of it with its first chunk: the
+// text is then never moved, and no grown-out buffer is left behind in the
+// heap (its pages stay resident and the tree's strings fill it unevenly); the
+// pages of the room that are not read yet are not touched.  Otherwise the
+// text grows with what was read, four times over at each step (fewer copies
+// of a long text than the string's own doubling), and never beyond the size
+// of the file while what was read fits in it, so that a huge file of which
+// little is read costs little.
 void VORN_XML_FILE_INPUT_SOURCE::make_room(std::size_t length)
 {
+    constexpr unsigned long long whole_file_room = 256ULL << 20;
     const std::size_t needed = xml_text.size() + length;
     if (needed <= xml_text.capacity())
         return;
     std::size_t room = std::max(needed, 4 * xml_text.capacity());
     const long long size = xml_file->get_size();
-    if (size > 0 && static_cast<unsigned long long>(size) >= needed && room > static_cast<unsigned long long>(size))
+    if (size > 0 && static_cast<unsigned long long>(size) >= needed &&
+        (room > static_cast<unsigned long long>(size) || static_cast<unsigned long long>(size) <= whole_file_room))
         room = static_cast<std::size_t>(size);
     xml_text.reserve(room);
 }

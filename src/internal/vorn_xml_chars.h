@@ -52,10 +52,23 @@ inline unsigned char class_of(char c)
     return char_table.of[static_cast<unsigned char>(c)];
 }
 
+// Which bytes continue a name (letters, digits and "_"): one load and one
+// test in the scanning loops, where the class table needs two comparisons.
+struct NAME_TABLE {
+    bool of[256];
+
+    constexpr NAME_TABLE() : of()
+    {
+        for (int c = 0; c < 256; ++c)
+            of[c] = char_table.of[c] == CLASS_NAME_START || char_table.of[c] == CLASS_DIGIT;
+    }
+};
+
+constexpr NAME_TABLE name_table;
+
 inline bool is_name_char(char c)
 {
-    const unsigned char k = class_of(c);
-    return k == CLASS_NAME_START || k == CLASS_DIGIT;
+    return name_table.of[static_cast<unsigned char>(c)];
 }
 
 inline bool is_digit(char c)

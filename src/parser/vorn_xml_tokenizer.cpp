@@ -226,13 +226,85 @@ void VORN_XML_SAX_PARSER::gather_text(char stop)
     token_type = TOKEN_STRING;
 }
 
-// Runs of plain characters are taken at once; a reference or the end of
-// input goes through get_xml_text(), one call each, as the character data
-// reader takes them in.
+namespace {
+
+// A reference whose "&" stands just before `q`, as get_xml_text() takes it
+// in: after the "&", the letters that match one of the five names and one
+// byte more (the ";" of a complete reference, or the byte that ended the
+// match).  Returns one past those bytes, with `yields` the character a
+// complete reference stands for, or 0 when the bytes stay in the text as
+// written.  Null when they do not all lie in [q, end) or one of them is
+// 0xFF: the character data reader then takes the reference.
+inline const char* reference_after(const char* q, const char* end, char& yields)
+{
+    yields = 0;
+    if (q == end || *q == end_of_input)
+        return nullptr;
+    const char* name = nullptr;  // the letters after the one that chose it
+    char stands_for = 0;
+    switch (*q) {
+    case 'l':
+        name = "t";
+        stands_for = '<';
+        break;
+    case 'g':
+        name = "t";
+        stands_for = '>';
+        break;
+    case 'q':
+        name = "uot";
+        stands_for = '"';
+        break;
+    case 'a':
+        if (++q == end || *q == end_of_input)
+            return nullptr;
+        if (*q == 'm') {
+            name = "p";
+            stands_for = '&';
+        } else if (*q == 'p') {
+            name = "os";
+            stands_for = '\'';
+        }
+        break;
+    default: break;
+    }
+    if (name == nullptr)
+        return q + 1;  // the byte that chose no name stays in the text
+    for (++q; q != end && *name != '\0' && *q == *name; ++q)
+        ++name;
+    if (q == end || *q == end_of_input)
+        return nullptr;
+    if (*name == '\0' && *q == ';')
+        yields = stands_for;
+    return q + 1;
+}
+
+}  // namespace
+
+// Runs of plain characters are taken at once, and references that lie in
+// the window; any other reference, and the end of input, go through
+// get_xml_text(), one call each, as the character data reader takes them in.
 template <class WINDOW> void VORN_XML_SAX_PARSER::read_text(WINDOW& window, char stop)
 {
     char c = current_char;
     while (c != stop) {
+        if (c == '&') {
+            // A reference that lies whole in the window is taken in here,
+            // as get_xml_text() would take it.
+            char yields = 0;
+            const char* const after = reference_after(window.next, window.end, yields);
+            if (after != nullptr) {
+                if (yields != 0) {
+                    current_token.push_back(yields);
+                } else {
+                    current_token.push_back('&');
+                    current_token.append(window.next, static_cast<std::size_t>(after - window.next));
+                }
+                window.consume(after);
+                c = window.get();
+                continue;
+            }
+        }
         if (c == '&' || c == end_of_input) {
             current_char = c;
             get_xml_text();
@@ -261,26 +333,48 @@ bool VORN_XML_SAX_PARSER::read_run_in_window(std::string& run)
     return read;
 }
 
-template <class WINDOW> bool VORN_XML_SAX_PARSER::run_in(WINDOW& window, std::string& run)
+template <class WINDOW>
+inline __attribute__((always_inline)) bool VORN_XML_SAX_PARSER::run_in(WINDOW& window, std::string& run)
 {
     // What gather_text('<') would take: the current character and the
-    // plain text after it, up to a "<" in the window.
+    // text after it, up to a "<" in the window, with its references.
     const char c = current_char;
-    if (c == '<' || c == '&' || c == end_of_input || token_type == TOKEN_UNKNOWN || token_type == TOKEN_END_OF_INPUT)
+    if (c == '&' || c == end_of_input || token_type == TOKEN_UNKNOWN || token_type == TOKEN_END_OF_INPUT)
         return false;
-    const char* const begin = window.next;
-    const char* const stop = end_of_plain_text(begin, window.end, '<');
-    if (stop == window.end || *stop != '<')
-        return false;
-    const auto size = static_cast<std::size_t>(stop - begin);
+    if (c == '<') {  // the run is its first token: nothing to gather
+        run.assign(current_token);
+        current_token.clear();
+        token_type = TOKEN_STRING;
+        return true;
+    }
+    const char* const end = window.end;
+    const char* segment = window.next;  // plain text not yet taken into `run`
+    const char* p = segment;
     run.clear();
     run.append(current_token);
+    const std::size_t first = run.size();
     run.push_back(c);
-    run.append(begin, size);
+    for (;;) {
+        p = end_of_plain_text(p, end, '<');
+        if (p == end || *p == end_of_input)
+            return false;
+        if (*p == '<')
+            break;
+        char yields = 0;
+        const char* const after = reference_after(p + 1, end, yields);
+        if (after == nullptr)
+            return false;
+        if (yields != 0) {
+            run.append(segment, static_cast<std::size_t>(p - segment));
+            run.push_back(yields);
+            segment = after;
+        }
+        p = after;
+    }
+    run.append(segment, static_cast<std::size_t>(p - segment));
     current_token.clear();
-    current_token.push_back(c);
-    current_token.append(begin, size);
-    window.consume(stop + 1);  // the "<" is delivered, and stays current
+    current_token.append(run, first, std::string::npos);
+    window.consume(p + 1);  // the "<" is delivered, and stays current
     current_char = '<';
     token_type = TOKEN_STRING;
     return true;

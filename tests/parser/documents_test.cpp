@@ -90,6 +90,11 @@ TEST(documents, markup)
         {"<a></>", false, {no_name(""), EMPTY_END}, "start a {}"},
         {"<a></A>", false, {mismatch("a", "A")}, "start a {}"},
         {"<a><b><c></c></x></a>", false, {mismatch("b", "x")}, "start a {}; start b {}; start c {}; end c"},
+        // End names that extend, shorten or differ inside the open name (compared in blocks in place).
+        {"<ab>x</abc>", false, {mismatch("ab", "abc")}, "start ab {}; chars x"},
+        {"<abc></ab>", false, {mismatch("abc", "ab")}, "start abc {}"},
+        {"<abcdef></abXdef>", false, {mismatch("abcdef", "abXdef")}, "start abcdef {}"},
+        {"<abcdefghij>x</abcdefghiJ>", false, {mismatch("abcdefghij", "abcdefghiJ")}, "start abcdefghij {}; chars x"},
         {"<a><?pi?></a>", false, {no_name("")}, "start a {}"},
         {"<my-tag/>", false, {needed(">", "-"), needed("</", ""), mismatch("my", "")}, "start my {}; chars -tag/>"},
         // Attributes.
