@@ -149,10 +149,18 @@ private:
     // Walks the tree of `context`: returns the first match when `found` is
     // null, else appends every match to it and returns null.
     VORN_XML_ELEMENT* run(VORN_XML_ELEMENT* context, std::vector<VORN_XML_ELEMENT*>* found);
+    // enter() in two parts, each counting the visit.  enter_quickly() does
+    // the common entry of an element that reaches no step, returning 2 when
+    // below it nothing can be selected (as is_dead_end() then says), else 0;
+    // for any other entry it returns -1 and changes nothing.  enter_slowly()
+    // does every entry, returning 1 when the element is selected, plus 2 as
+    // above.
+    int enter_quickly(const std::string& name);
+    int enter_slowly(const std::string& name, const VORN_XML_ATTRIB_LIST* attributes, const std::string* text);
 
     const VORN_XML_PATH& path;
-    std::size_t words;                // bitset words per level
-    std::vector<std::uint64_t> bits;  // per level: reached (words), then reached at or above (words)
+    std::size_t words;                // bitset words per set of steps
+    std::vector<std::uint64_t> bits;  // the path's masks, then per level: open, above (see vorn_xml_path_matcher.cpp)
     std::vector<long> counts;         // per level: the POSITION_IS counters for its sub-elements
     std::size_t depth = 0;            // levels in use
     bool context_given = false;
