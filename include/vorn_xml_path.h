@@ -154,9 +154,10 @@ private:
     // below it nothing can be selected (as is_dead_end() then says), else 0;
     // for any other entry it returns -1 and changes nothing.  enter_slowly()
     // does every entry, returning 1 when the element is selected, plus 2 as
-    // above.
+    // above.  VORN_XML_PATH_HANDLER runs both, inline, per element read.
     int enter_quickly(const std::string& name);
     int enter_slowly(const std::string& name, const VORN_XML_ATTRIB_LIST* attributes, const std::string* text);
+    friend class VORN_XML_PATH_HANDLER;
 
     const VORN_XML_PATH& path;
     std::size_t words;                // bitset words per set of steps
@@ -218,6 +219,13 @@ public:
     void process_end_element(const std::string& name) override;
 
 private:
+    // At the end of the outermost match: hands it and the matches inside it
+    // over, then deletes it unless it was taken.
+    void hand_over();
+    // process_start_element() for an element the matcher cannot enter
+    // quickly: it may be selected.
+    void start_element_slowly(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes);
+
     VORN_XML_PATH_MATCHER matcher;
     bool usable;                                    // the path can be followed while reading
     bool building;                                  // matches are built and handed over

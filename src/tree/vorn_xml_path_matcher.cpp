@@ -340,3 +340,112 @@ void VORN_XML_PATH::find_all(VORN_XML_ELEMENT* context, std::vector<VORN_XML_ELE
     VORN_XML_PATH_MATCHER matcher(*this);
     matcher.find_all(context, found);
 }
+
+// ---------------------------------------------------------------------------
+// VORN_XML_PATH_HANDLER.  It lives with the matcher so that the matcher's
+// entries and exits, called once per element of the document, are compiled
+// into its own.
+// ---------------------------------------------------------------------------
+
+VORN_XML_PATH_HANDLER::VORN_XML_PATH_HANDLER(const VORN_XML_PATH& path, bool build_matches)
+    : matcher(path), usable(path.get_streaming_problem().empty()), building(build_matches)
+{
+    DOM_mode = false;
+    matcher.start(false);
+}
+
+VORN_XML_PATH_HANDLER::~VORN_XML_PATH_HANDLER() = default;
+
+void VORN_XML_PATH_HANDLER::process_match(VORN_XML_ELEMENT* match, bool nested)
+{
+    (void)match;
+    (void)nested;
+}
+
+VORN_XML_ELEMENT* VORN_XML_PATH_HANDLER::take_match()
+{
+    VORN_XML_ELEMENT* taken = outer;
+    outer = nullptr;
+    return taken;
+}
+
+void VORN_XML_PATH_HANDLER::process_start_document()
+{
+    matcher.start(false);
+    depth = 0;
+    dead_from = 0;
+    match_depth = 0;
+    nested_matches.clear();
+    DOM_mode = false;
+    VORN_XML_SAX_TREE_HANDLER::process_start_document();
+}
+
+void VORN_XML_PATH_HANDLER::process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes)
+{
+    ++depth;
+    if (dead_from == 0 && usable) {
+        const int entered = matcher.enter_quickly(name);
+        if (entered < 0) {
+            start_element_slowly(name, attributes);
+            return;
+        }
+        if (entered != 0)
+            dead_from = depth;
+    }
+    // Between matches DOM mode is off: unless a listener is set, the tree
+    // handler then has nothing to do.
+    if (DOM_mode || event_listener != nullptr)
+        VORN_XML_SAX_TREE_HANDLER::process_start_element(name, attributes);
+}
+
+void VORN_XML_PATH_HANDLER::start_element_slowly(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes)
+{
+    const int entered = matcher.enter_slowly(name, attributes, nullptr);
+    if ((entered & 2) != 0)
+        dead_from = depth;
+    bool nested = false;
+    if ((entered & 1) == 0) {
+    } else if (!building) {
+        ++matches;
+    } else if (match_depth == 0) {
+        match_depth = depth;
+        DOM_mode = true;
+    } else {
+        nested = true;
+    }
+    if (DOM_mode || event_listener != nullptr)
+        VORN_XML_SAX_TREE_HANDLER::process_start_element(name, attributes);
+    if (nested)
+        nested_matches.push_back(static_cast<VORN_XML_ELEMENT*>(element_stack->get_last_object()));
+}
+
+void VORN_XML_PATH_HANDLER::process_end_element(const std::string& name)
+{
+    if (DOM_mode || event_listener != nullptr)
+        VORN_XML_SAX_TREE_HANDLER::process_end_element(name);
+    if (dead_from == 0) {
+        if (usable)
+            matcher.leave();
+    } else if (depth == dead_from) {
+        matcher.leave();
+        dead_from = 0;
+    }
+    if (depth-- == match_depth)
+        hand_over();
+}
+
+void VORN_XML_PATH_HANDLER::hand_over()
+{
+    match_depth = 0;
+    DOM_mode = false;
+    outer = take_root_element();
+    ++matches;
+    process_match(outer, false);
+    for (VORN_XML_ELEMENT* nested : nested_matches) {
+        ++matches;
+        process_match(nested, true);
+    }
+    nested_matches.clear();
+    delete outer;
+    outer = nullptr;
+}
