@@ -154,8 +154,9 @@ private:
     // below it nothing can be selected (as is_dead_end() then says), else 0;
     // for any other entry it returns -1 and changes nothing.  enter_slowly()
     // does every entry, returning 1 when the element is selected, plus 2 as
-    // above.  VORN_XML_PATH_HANDLER runs both, inline, per element read.
-    int enter_quickly(const std::string& name);
+    // above.  VORN_XML_PATH_HANDLER runs both per element read; the first
+    // is inline, defined where it is used, in vorn_xml_path_matcher.cpp.
+    inline int enter_quickly(const std::string& name);
     int enter_slowly(const std::string& name, const VORN_XML_ATTRIB_LIST* attributes, const std::string* text);
     friend class VORN_XML_PATH_HANDLER;
 

@@ -213,7 +213,7 @@ void VORN_XML_PATH_MATCHER::start(bool relative_context)
 // and every step the element tries is named, with a name that differs from
 // the element's in length or in the first byte, so that it reaches no step.
 // The rest is left to enter_slowly().  No call then, and no frame.
-int VORN_XML_PATH_MATCHER::enter_quickly(const std::string& name)
+inline int VORN_XML_PATH_MATCHER::enter_quickly(const std::string& name)
 {
     if (words != 1 || depth == 0 || bits.size() < 2 * depth + 4)
         return -1;
