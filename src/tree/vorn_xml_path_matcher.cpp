@@ -211,7 +211,8 @@ void VORN_XML_PATH_MATCHER::start(bool relative_context)
 // Most entries: sets of one word (paths of fewer than 64 steps), below an
 // element, at a depth the walk has reached before (its memory is there),
 // and every step the element tries is named, with a name that differs from
-// the element's in length or in the first byte, so that it reaches no step.
+// the element's in length or in the first two bytes, so that it reaches no
+// step.
 // The rest is left to enter_slowly().  No call then, and no frame.
 inline int VORN_XML_PATH_MATCHER::enter_quickly(const std::string& name)
 {
@@ -221,7 +222,10 @@ inline int VORN_XML_PATH_MATCHER::enter_quickly(const std::string& name)
     const VORN_XML_PATH::STEP* steps = path.steps.data();
     for (std::uint64_t tried = level[-2] << 1; tried != 0; tried &= tried - 1) {
         const std::string& step_name = steps[__builtin_ctzll(tried) - 1].name;
-        if (step_name.empty() || (step_name.size() == name.size() && step_name[0] == name[0]))
+        // Of two names of one length, the second byte is there (the end of a
+        // name of one byte).
+        if (step_name.empty() ||
+            (step_name.size() == name.size() && step_name[0] == name[0] && step_name[1] == name[1]))
             return -1;
     }
     ++visits;
