@@ -149,10 +149,20 @@ private:
     // Walks the tree of `context`: returns the first match when `found` is
     // null, else appends every match to it and returns null.
     VORN_XML_ELEMENT* run(VORN_XML_ELEMENT* context, std::vector<VORN_XML_ELEMENT*>* found);
+    // enter() in two parts, each counting the visit.  enter_quickly() does
+    // the common entry of an element that reaches no step, returning 2 when
+    // below it nothing can be selected (as is_dead_end() then says), else 0;
+    // for any other entry it returns -1 and changes nothing.  enter_slowly()
+    // does every entry, returning 1 when the element is selected, plus 2 as
+    // above.  VORN_XML_PATH_HANDLER runs both per element read; the first
+    // is inline, defined where it is used, in vorn_xml_path_matcher.cpp.
+    inline int enter_quickly(const std::string& name);
+    int enter_slowly(const std::string& name, const VORN_XML_ATTRIB_LIST* attributes, const std::string* text);
+    friend class VORN_XML_PATH_HANDLER;
 
     const VORN_XML_PATH& path;
-    std::size_t words;                // bitset words per level
-    std::vector<std::uint64_t> bits;  // per level: reached (words), then reached at or above (words)
+    std::size_t words;                // bitset words per set of steps
+    std::vector<std::uint64_t> bits;  // the path's masks, then per level: open, above (see vorn_xml_path_matcher.cpp)
     std::vector<long> counts;         // per level: the POSITION_IS counters for its sub-elements
     std::size_t depth = 0;            // levels in use
     bool context_given = false;
@@ -210,6 +220,13 @@ public:
     void process_end_element(const std::string& name) override;
 
 private:
+    // At the end of the outermost match: hands it and the matches inside it
+    // over, then deletes it unless it was taken.
+    void hand_over();
+    // process_start_element() for an element the matcher cannot enter
+    // quickly: it may be selected.
+    void start_element_slowly(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes);
+
     VORN_XML_PATH_MATCHER matcher;
     bool usable;                                    // the path can be followed while reading
     bool building;                                  // matches are built and handed over

@@ -41,6 +41,12 @@ TEST(hostile, a_million_levels_deep)
     VORN_XML_PATH("//a//a[text()=\"x\"]").find_all(root.get(), found);
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0]->get_first_sub_element(), nullptr);
+    // Paths longer than a word of bits: "/" and "//" steps across the word's end.
+    VORN_XML_ELEMENT* hundredth = root.get();
+    for (int level = 1; level < 100; ++level)
+        hundredth = hundredth->get_first_sub_element();
+    EXPECT_EQ(VORN_XML_PATH(repeat("/a", 100)).find_first(root.get()), hundredth);
+    EXPECT_EQ(VORN_XML_PATH(repeat("//a", 70) + "[text()=\"x\"]").find_first(root.get()), found[0]);
     std::string written;
     ASSERT_TRUE(VORN_XML_WRITER().write(root.get(), written));
     EXPECT_EQ(written, declaration + ("\n" + repeat("<a>", depth) + "x" + repeat("</a>", depth) + "\n"));
