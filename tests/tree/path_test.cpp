@@ -107,6 +107,26 @@ TEST(path, selects_in_document_order)
     EXPECT_NE(VORN_XML_PATH("//a[text()='x']").get_streaming_problem(), "");
 }
 
+TEST(path, long_names_compare_to_their_last_byte)
+{
+    // Names are compared in blocks of 8 and 4 bytes and a tail: each pair
+    // differs only in the last byte of one of those parts.
+    const char* names[] = {"abcdefgh",      "abcdefgX",      "abcdefghijkl",      "abcdefghijkX",
+                           "abcdefghijklm", "abcdefghijklX", "abcdefghijklmnopq", "abcdefghijklmnopX"};
+    std::string document = "<?xml version=\"1.0\"?><r>";
+    for (const char* name : names)
+        document += std::string("<") + name + "/>";
+    document += "</r>";
+    const std::unique_ptr<VORN_XML_ELEMENT> root = parse_tree(document);
+    for (const char* name : names) {
+        const VORN_XML_PATH path(std::string("//") + name);
+        std::vector<VORN_XML_ELEMENT*> found;
+        path.find_all(root.get(), found);
+        EXPECT_EQ(described(found), name);
+        EXPECT_EQ(stream(document, path), std::string("1: ") + vorn_test::dump_tree(found.at(0)));
+    }
+}
+
 TEST(path, malformed_paths_are_refused_with_a_place)
 {
     const std::pair<const char*, const char*> table[] = {
