@@ -196,55 +196,72 @@ struct TAG_IN_MEMORY {
     RANGE values[most_pairs];
 };
 
-// The end of the white space from `p`.
-inline const char* skip_spaces(const char* p, const char* end)
-{
-    // None, or one blank as between pairs, as often as not.
-    if (p == end || !is_space(*p))
-        return p;
-    if (++p == end || !is_space(*p))
-        return p;
 #ifdef __SSE2__
-    // A line end and an indent: sixteen bytes at once where they can be read.
+// The lanes of `bytes` from `low` to `low + span`.
+inline __m128i lanes_in(__m128i bytes, char low, char span)
+{
+    const __m128i from_low = _mm_sub_epi8(bytes, _mm_set1_epi8(low));
+    return _mm_cmpeq_epi8(_mm_min_epu8(from_low, _mm_set1_epi8(span)), from_low);
+}
+#endif
+
+// White space: tab to carriage return, and the blank.
+struct SPACES {
+    static bool in(char c) { return is_space(c); }
+#ifdef __SSE2__
+    static __m128i in(__m128i bytes)
+    {
+        return _mm_or_si128(lanes_in(bytes, '\t', 4), _mm_cmpeq_epi8(bytes, _mm_set1_epi8(' ')));
+    }
+#endif
+};
+
+// Name characters: letters, digits and "_".
+struct NAME_CHARS {
+    static bool in(char c) { return is_name_char(c); }
+#ifdef __SSE2__
+    static __m128i in(__m128i bytes)
+    {
+        const __m128i letters = lanes_in(_mm_or_si128(bytes, _mm_set1_epi8(0x20)), 'a', 25);
+        return _mm_or_si128(_mm_or_si128(letters, lanes_in(bytes, '0', 9)), _mm_cmpeq_epi8(bytes, _mm_set1_epi8('_')));
+    }
+#endif
+};
+
+// The first byte from `p` outside the class CLASS: sixteen bytes at once
+// where they can be read, then byte by byte.
+template <class CLASS> inline const char* skip_class(const char* p, const char* end)
+{
+#ifdef __SSE2__
     if (end - p >= 16) {
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const __m128i from_tab = _mm_sub_epi8(bytes, _mm_set1_epi8('\t'));  // tab to carriage return: 0 to 4
-        const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(from_tab, _mm_set1_epi8(4)), from_tab);
-        const __m128i spaces = _mm_or_si128(control, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(' ')));
-        const unsigned others = ~static_cast<unsigned>(_mm_movemask_epi8(spaces)) & 0xFFFFu;
+        const unsigned others = ~static_cast<unsigned>(_mm_movemask_epi8(CLASS::in(bytes))) & 0xFFFFu;
         if (others != 0)
             return p + __builtin_ctz(others);
         p += 16;
     }
 #endif
-    while (p != end && is_space(*p))
+    while (p != end && CLASS::in(*p))
         ++p;
     return p;
 }
 
-// The end of the name characters (letters, digits and "_") from `p`.
-// Element names and words of text: sixteen bytes at once where they can be
-// read.
+// The end of the white space from `p`.
+inline const char* skip_spaces(const char* p, const char* end)
+{
+    // None, or one blank as between pairs, as often as not; then a line end
+    // and an indent.
+    if (p == end || !is_space(*p))
+        return p;
+    if (++p == end || !is_space(*p))
+        return p;
+    return skip_class<SPACES>(p, end);
+}
+
+// The end of the name characters from `p`: element names and words of text.
 inline const char* skip_name(const char* p, const char* end)
 {
-#ifdef __SSE2__
-    if (end - p >= 16) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const __m128i letter = _mm_sub_epi8(_mm_or_si128(bytes, _mm_set1_epi8(0x20)), _mm_set1_epi8('a'));
-        const __m128i digit = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
-        const __m128i in_name =
-            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(_mm_min_epu8(letter, _mm_set1_epi8(25)), letter),
-                                      _mm_cmpeq_epi8(_mm_min_epu8(digit, _mm_set1_epi8(9)), digit)),
-                         _mm_cmpeq_epi8(bytes, _mm_set1_epi8('_')));
-        const unsigned others = ~static_cast<unsigned>(_mm_movemask_epi8(in_name)) & 0xFFFFu;
-        if (others != 0)
-            return p + __builtin_ctz(others);
-        p += 16;
-    }
-#endif
-    while (p != end && is_name_char(*p))
-        ++p;
-    return p;
+    return skip_class<NAME_CHARS>(p, end);
 }
 
 // The same for names of a byte or two, as attribute names often are: byte by

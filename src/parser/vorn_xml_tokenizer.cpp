@@ -228,6 +228,30 @@ void VORN_XML_SAX_PARSER::gather_text(char stop)
 
 namespace {
 
+// The five references, chosen by the letter after the "&" and, after "a", by
+// the next one: the letters that must follow the choosing ones, and in
+// `stands_for` the character the reference stands for.  Null when no name
+// begins so.  `second` is looked at only when `first` is "a".
+inline const char* reference_name(char first, char second, char& stands_for)
+{
+    switch (first) {
+    case 'l': stands_for = '<'; return "t";
+    case 'g': stands_for = '>'; return "t";
+    case 'q': stands_for = '"'; return "uot";
+    case 'a':
+        if (second == 'm') {
+            stands_for = '&';
+            return "p";
+        }
+        if (second == 'p') {
+            stands_for = '\'';
+            return "os";
+        }
+        return nullptr;
+    default: return nullptr;
+    }
+}
+
 // A reference whose "&" stands just before `q`, as get_xml_text() takes it
 // in: after the "&", the letters that match one of the five names and one
 // byte more (the ";" of a complete reference, or the byte that ended the
@@ -240,34 +264,11 @@ inline const char* reference_after(const char* q, const char* end, char& yields)
     yields = 0;
     if (q == end || *q == end_of_input)
         return nullptr;
-    const char* name = nullptr;  // the letters after the one that chose it
+    const char first = *q;
+    if (first == 'a' && (++q == end || *q == end_of_input))
+        return nullptr;
     char stands_for = 0;
-    switch (*q) {
-    case 'l':
-        name = "t";
-        stands_for = '<';
-        break;
-    case 'g':
-        name = "t";
-        stands_for = '>';
-        break;
-    case 'q':
-        name = "uot";
-        stands_for = '"';
-        break;
-    case 'a':
-        if (++q == end || *q == end_of_input)
-            return nullptr;
-        if (*q == 'm') {
-            name = "p";
-            stands_for = '&';
-        } else if (*q == 'p') {
-            name = "os";
-            stands_for = '\'';
-        }
-        break;
-    default: break;
-    }
+    const char* name = reference_name(first, *q, stands_for);  // the letters still to match
     if (name == nullptr)
         return q + 1;  // the byte that chose no name stays in the text
     for (++q; q != end && *name != '\0' && *q == *name; ++q)
@@ -396,35 +397,16 @@ void VORN_XML_SAX_PARSER::get_xml_text()
     // by the character a complete reference yields, or kept as written.
     std::string pending(1, '&');
     read_char();
-    const char* name = nullptr;  // the letters still to match
-    char yields = 0;
-    switch (current_char) {
-    case 'l':
-        name = "lt";
-        yields = '<';
-        break;
-    case 'g':
-        name = "gt";
-        yields = '>';
-        break;
-    case 'q':
-        name = "quot";
-        yields = '"';
-        break;
-    case 'a':
+    const char first = current_char;
+    if (first == 'a') {
         pending.push_back('a');
         read_char();
-        if (current_char == 'm') {
-            name = "mp";
-            yields = '&';
-        } else if (current_char == 'p') {
-            name = "pos";
-            yields = '\'';
-        }
-        break;
-    default: break;
     }
+    char yields = 0;
+    const char* name = reference_name(first, current_char, yields);  // the letters still to match
     if (name != nullptr) {
+        pending.push_back(current_char);  // the letter that chose the name
+        read_char();
         for (; *name != '\0' && current_char == *name; ++name) {
             pending.push_back(current_char);
             read_char();
