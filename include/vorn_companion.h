@@ -9,6 +9,8 @@
 #include <memory>
 #include <string>
 
+#include "vorn_xml_export.h"
+
 // ---------------------------------------------------------------------------
 // String helpers.  All three work on bytes and touch only ASCII; every other
 // byte is copied unchanged.  Each returns a new string and leaves its
@@ -16,14 +18,14 @@
 // ---------------------------------------------------------------------------
 
 // Returns a copy of `text` with A-Z turned into a-z.
-std::string to_lower_case(const std::string& text);
+VORN_XML_API std::string to_lower_case(const std::string& text);
 
 // Returns a copy of `text` with a-z turned into A-Z.
-std::string to_upper_case(const std::string& text);
+VORN_XML_API std::string to_upper_case(const std::string& text);
 
 // Returns a copy of `text` without its trailing ASCII white space
 // (blank, tab, line feed, vertical tab, form feed, carriage return).
-std::string trim_right(const std::string& text);
+VORN_XML_API std::string trim_right(const std::string& text);
 
 // ---------------------------------------------------------------------------
 // VORN_FILE: a file opened for reading through the operating system's
@@ -31,7 +33,7 @@ std::string trim_right(const std::string& text);
 // was never opened and when called twice.  The object closes itself when it
 // is destroyed.
 // ---------------------------------------------------------------------------
-class VORN_FILE {
+class VORN_XML_API VORN_FILE {
 public:
     // Flags for open(), combined with a bitwise or.  OPEN_TEXT_MODE is
     // accepted for portability and changes nothing on Linux.
@@ -81,7 +83,7 @@ private:
 // VORN_OBJ: the polymorphic root of every object kept in a VORN_OBJ_LIST, so
 // that an owner can delete the objects through VORN_OBJ pointers.
 // ---------------------------------------------------------------------------
-class VORN_OBJ {
+class VORN_XML_API VORN_OBJ {
 public:
     VORN_OBJ() = default;
     VORN_OBJ(const VORN_OBJ&) = default;
@@ -102,7 +104,7 @@ public:
 // the cursor, so entries appended after the cursor reached the end are seen
 // only after the next rewind().
 // ---------------------------------------------------------------------------
-class VORN_OBJ_LIST {
+class VORN_XML_API VORN_OBJ_LIST {
 public:
     VORN_OBJ_LIST() = default;
     VORN_OBJ_LIST(const VORN_OBJ_LIST&) = delete;

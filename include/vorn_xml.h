@@ -13,23 +13,23 @@
 //   vorn_xml_writer.h   writing a tree back as a document
 //   vorn_xml_walk.h     walking a tree without cursors; sub-elements by name
 //   vorn_xml_path.h     finding elements by path, in a tree or a stream
+//   vorn_xml_version.h  VORN_XML_VERSION_MAJOR, _MINOR, _PATCH and _STRING
+//   vorn_xml_export.h   VORN_XML_API, the mark of what the library exports
 #ifndef VORN_XML_H
 #define VORN_XML_H
-
-#define VORN_XML_VERSION_MAJOR 1
-#define VORN_XML_VERSION_MINOR 0
-#define VORN_XML_VERSION_PATCH 0
 
 #include "vorn_companion.h"
 #include "vorn_xml_attrib.h"
 #include "vorn_xml_element.h"
 #include "vorn_xml_errors.h"
+#include "vorn_xml_export.h"
 #include "vorn_xml_input.h"
 #include "vorn_xml_parser.h"
 #include "vorn_xml_path.h"
 #include "vorn_xml_position.h"
 #include "vorn_xml_stream.h"
 #include "vorn_xml_tree.h"
+#include "vorn_xml_version.h"
 #include "vorn_xml_walk.h"
 #include "vorn_xml_writer.h"
 

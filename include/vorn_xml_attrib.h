@@ -5,6 +5,8 @@
 #include <map>
 #include <string>
 
+#include "vorn_xml_export.h"
+
 // ---------------------------------------------------------------------------
 // LESS_C_STRING: the order of attribute names.  Compares the C-string forms
 // of two names byte by byte, folding A-Z to a-z and nothing else, so names
@@ -12,7 +14,7 @@
 // 0x5B-0x60 ("[", "\", "]", "^", "_", "`") order before every letter, bytes
 // from 0x80 up after all ASCII, and a NUL inside a name ends it.
 // ---------------------------------------------------------------------------
-struct LESS_C_STRING {
+struct VORN_XML_API LESS_C_STRING {
     bool operator()(const std::string& a, const std::string& b) const;
 };
 
@@ -25,7 +27,7 @@ struct LESS_C_STRING {
 // moves it, so a walk begins with reset_attrib_list().  Walks yield pairs in
 // name order, not in document order.
 // ---------------------------------------------------------------------------
-class VORN_XML_ATTRIB_LIST {
+class VORN_XML_API VORN_XML_ATTRIB_LIST {
 public:
     using MAP = std::map<std::string, std::string, LESS_C_STRING>;
 

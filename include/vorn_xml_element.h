@@ -6,6 +6,7 @@
 
 #include "vorn_companion.h"
 #include "vorn_xml_attrib.h"
+#include "vorn_xml_export.h"
 
 // ---------------------------------------------------------------------------
 // VORN_XML_ELEMENT: one node of the document tree: a name, a text, an
@@ -22,7 +23,7 @@
 // The cursor belongs to the element, so a second walk over the same element
 // disturbs one under way.
 // ---------------------------------------------------------------------------
-class VORN_XML_ELEMENT : public VORN_OBJ {
+class VORN_XML_API VORN_XML_ELEMENT : public VORN_OBJ {
 public:
     std::string element_name;           // the tag name
     std::string element_data;           // the text; empty until set

@@ -5,6 +5,8 @@
 #include <list>
 #include <string>
 
+#include "vorn_xml_export.h"
+
 // ---------------------------------------------------------------------------
 // VORN_XML_SAX_ERROR_HANDLER collects text messages in three lists: errors,
 // warnings and information.  The parser files every problem it finds as one
@@ -25,7 +27,7 @@
 // Messages are never changed or removed while the collector lives; messages
 // of successive parses with one parser accumulate in order.
 // ---------------------------------------------------------------------------
-class VORN_XML_SAX_ERROR_HANDLER {
+class VORN_XML_API VORN_XML_SAX_ERROR_HANDLER {
 public:
     std::list<std::string> warning_message_list;
     std::list<std::string> error_message_list;

@@ -13,12 +13,13 @@
 #include <string>
 
 #include "vorn_companion.h"
+#include "vorn_xml_export.h"
 
 // The read buffer shared by every file source of the process: 4096 bytes,
 // zero at load time.  A file source fills at most its first 4095 bytes and
 // stores a NUL after them.  Because of this buffer only one file source may be
 // read at a time in a process.
-extern char vorn_xml_buffer[4096];
+extern VORN_XML_API char vorn_xml_buffer[4096];
 
 // ---------------------------------------------------------------------------
 // VORN_XML_SAX_INPUT_SOURCE: the abstract source.  A host's own source
@@ -26,7 +27,7 @@ extern char vorn_xml_buffer[4096];
 // implements get_next_char().  The parser refuses a source whose is_open is
 // false.
 // ---------------------------------------------------------------------------
-class VORN_XML_SAX_INPUT_SOURCE {
+class VORN_XML_API VORN_XML_SAX_INPUT_SOURCE {
 public:
     bool is_open = false;  // ready to deliver characters
     std::string xml_text;  // the document text handed out (see each kind)
@@ -48,7 +49,7 @@ public:
 // is still delivered).  No source files messages or throws for I/O problems:
 // a failed read is the end of input.
 // ---------------------------------------------------------------------------
-class VORN_XML_FILE_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
+class VORN_XML_API VORN_XML_FILE_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:
     VORN_FILE* xml_file;   // owned; null after a failed open_xml_file
     char last_char;        // the character delivered last; -1 at the end
@@ -103,7 +104,7 @@ private:
 // at most 4 GiB - 1 bytes (its position is 32 bits); it reports the end of
 // input there.
 // ---------------------------------------------------------------------------
-class VORN_XML_STRING_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
+class VORN_XML_API VORN_XML_STRING_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:
     std::string xml_string;  // the text still to be delivered
     char last_char;          // the character delivered last; -1 at the end

@@ -6,6 +6,7 @@
 
 #include "vorn_xml_attrib.h"
 #include "vorn_xml_errors.h"
+#include "vorn_xml_export.h"
 #include "vorn_xml_input.h"
 #include "vorn_xml_tree.h"
 
@@ -38,7 +39,7 @@
 // attribute list and, until set_tree_handler() is called, the default tree
 // handler its constructor made.
 // ---------------------------------------------------------------------------
-class VORN_XML_SAX_PARSER {
+class VORN_XML_API VORN_XML_SAX_PARSER {
 public:
     // The kinds of token.  Value 3 is never produced.
     enum TOKEN_TYPE : int {

@@ -8,6 +8,7 @@
 
 #include "vorn_xml_attrib.h"
 #include "vorn_xml_element.h"
+#include "vorn_xml_export.h"
 #include "vorn_xml_tree.h"
 
 // ---------------------------------------------------------------------------
@@ -32,7 +33,7 @@
 // A compiled path does not change while it is run, so one path may serve
 // several threads, each with matchers of its own.
 // ---------------------------------------------------------------------------
-class VORN_XML_PATH {
+class VORN_XML_API VORN_XML_PATH {
 public:
     // A path that matches nothing until compile() succeeds.
     VORN_XML_PATH() = default;
@@ -107,7 +108,7 @@ private:
 // handler of one's own can run one too.  Memory grows with the depth of the
 // walk only.  The path must outlive the matcher.
 // ---------------------------------------------------------------------------
-class VORN_XML_PATH_MATCHER {
+class VORN_XML_API VORN_XML_PATH_MATCHER {
 public:
     explicit VORN_XML_PATH_MATCHER(const VORN_XML_PATH& path);
     VORN_XML_PATH_MATCHER(const VORN_XML_PATH_MATCHER&) = delete;
@@ -185,7 +186,7 @@ private:
 // order.  A match that lies inside another match comes right after that
 // outer match, in the same event, as part of its tree.
 // ---------------------------------------------------------------------------
-class VORN_XML_PATH_HANDLER : public VORN_XML_SAX_TREE_HANDLER {
+class VORN_XML_API VORN_XML_PATH_HANDLER : public VORN_XML_SAX_TREE_HANDLER {
 public:
     // With `build_matches` false the matches are only counted: nothing is
     // built and process_match() is never called.

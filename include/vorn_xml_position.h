@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "vorn_xml_export.h"
 #include "vorn_xml_input.h"
 #include "vorn_xml_parser.h"
 #include "vorn_xml_stream.h"
@@ -15,7 +16,7 @@
 // character is one column.  `offset` counts bytes from 0.  The place just
 // after the last byte of the document is a position too: the end of input.
 // ---------------------------------------------------------------------------
-struct VORN_XML_POSITION {
+struct VORN_XML_API VORN_XML_POSITION {
     uint64_t line = 1;
     uint64_t column = 1;
     uint64_t offset = 0;
@@ -54,7 +55,7 @@ struct VORN_XML_POSITION {
 // wrapper (keep_text true): xml_text then follows the inner source's
 // xml_text character by character, at the cost of a second copy.
 // ---------------------------------------------------------------------------
-class VORN_XML_COUNTING_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
+class VORN_XML_API VORN_XML_COUNTING_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:
     VORN_XML_SAX_INPUT_SOURCE* inner;  // not owned
     VORN_XML_POSITION next;            // where the next byte will come from
@@ -148,7 +149,7 @@ public:
 // source keeps whatever it keeps.  Its memory is the same whatever the
 // document's size.
 // ---------------------------------------------------------------------------
-class VORN_XML_TRACKING_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
+class VORN_XML_API VORN_XML_TRACKING_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:
     // Wraps `source` and takes is_open from it; xml_text stays empty.
     explicit VORN_XML_TRACKING_INPUT_SOURCE(VORN_XML_SAX_INPUT_SOURCE& source);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "vorn_xml_export.h"
 #include "vorn_xml_input.h"
 
 // ---------------------------------------------------------------------------
@@ -31,7 +32,7 @@
 // memory-mapped file was measured against this one and saved about 1% of
 // the parse while keeping every page read resident, so there is none.)
 // ---------------------------------------------------------------------------
-class VORN_XML_STREAM_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
+class VORN_XML_API VORN_XML_STREAM_INPUT_SOURCE : public VORN_XML_SAX_INPUT_SOURCE {
 public:
     static constexpr int32_t chunk_size = 64 * 1024;  // bytes asked for per read
 

@@ -8,6 +8,7 @@
 #include "vorn_companion.h"
 #include "vorn_xml_attrib.h"
 #include "vorn_xml_element.h"
+#include "vorn_xml_export.h"
 
 // ---------------------------------------------------------------------------
 // VORN_XML_SAX_EVENT_LISTENER: receives every event that a tree handler gets,
@@ -16,7 +17,7 @@
 // VORN_XML_SAX_TREE_HANDLER::set_event_listener(); the handler does not own
 // it, and it must outlive every event sent to the handler.
 // ---------------------------------------------------------------------------
-class VORN_XML_SAX_EVENT_LISTENER {
+class VORN_XML_API VORN_XML_SAX_EVENT_LISTENER {
 public:
     virtual ~VORN_XML_SAX_EVENT_LISTENER() {}
 
@@ -64,7 +65,7 @@ public:
 // replaces the old one without deleting it: a host that reads several
 // documents with one handler takes each root with take_root_element().
 // ---------------------------------------------------------------------------
-class VORN_XML_SAX_TREE_HANDLER {
+class VORN_XML_API VORN_XML_SAX_TREE_HANDLER {
 public:
     VORN_XML_ELEMENT* root_element;               // owned; null until a root ends
     VORN_OBJ_LIST* element_stack;                 // owned, with its elements

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "vorn_xml_element.h"
+#include "vorn_xml_export.h"
 
 // ---------------------------------------------------------------------------
 // VORN_XML_TREE_WALK: the elements of a tree in document order, each one
@@ -25,7 +26,7 @@
 // or run side by side over the same tree.  Each step costs constant time.
 // The tree must not change while it is walked; the walk never changes it.
 // ---------------------------------------------------------------------------
-class VORN_XML_TREE_WALK {
+class VORN_XML_API VORN_XML_TREE_WALK {
 public:
     // A walk over the tree under `root` (root included), standing before its
     // first step.  A null root gives a walk without steps.
@@ -79,7 +80,7 @@ private:
 // refers to the element's list, which must outlive it; sub-elements added
 // during the loop are seen.
 // ---------------------------------------------------------------------------
-class VORN_XML_SUB_ELEMENTS {
+class VORN_XML_API VORN_XML_SUB_ELEMENTS {
 public:
     class ITERATOR {
     public:
@@ -122,6 +123,6 @@ inline VORN_XML_SUB_ELEMENTS get_sub_elements(const VORN_XML_ELEMENT* element)
 // The first sub-element of `element` whose name is `name` (compared byte for
 // byte, as end tags are); null when there is none or `element` is null.  The
 // element's cursor does not move.
-VORN_XML_ELEMENT* find_sub_element(const VORN_XML_ELEMENT* element, const std::string& name);
+VORN_XML_API VORN_XML_ELEMENT* find_sub_element(const VORN_XML_ELEMENT* element, const std::string& name);
 
 #endif

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "vorn_xml_element.h"
+#include "vorn_xml_export.h"
 
 // ---------------------------------------------------------------------------
 // VORN_XML_WRITER turns a tree of VORN_XML_ELEMENT objects into a document
@@ -49,7 +50,7 @@
 // be written, and moves no sub-element cursor.  Only the attribute lists'
 // cursors move; the tree is not otherwise changed, and it stays the caller's.
 // ---------------------------------------------------------------------------
-class VORN_XML_WRITER {
+class VORN_XML_API VORN_XML_WRITER {
 public:
     int indent_width = 0;       // blanks per level; 0 writes one line
     std::string error_message;  // why the last write() refused; else empty
