@@ -4,7 +4,7 @@
 # (.clang-tidy) finds nothing in those that stage 10's build compiles.
 set -euo pipefail
 for tool in clang-format clang-tidy; do
-    command -v $tool >/dev/null 2>&1 || { echo "SKIPPED: $tool is not installed"; exit 0; }
+    command -v $tool >/dev/null 2>&1 || { echo "SKIPPED: $tool is not installed (apt-get install clang-format clang-tidy)"; exit 0; }
 done
 source "$VORNXML_ROOT/scripts/lib/build.sh"
 cd "$VORNXML_ROOT"

@@ -17,7 +17,7 @@ printf 'extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned lon
     > "$probe/probe.cpp"
 if ! command -v clang++ >/dev/null 2>&1 ||
    ! clang++ -fsanitize=fuzzer,address,undefined "$probe/probe.cpp" -o "$probe/probe" 2>/dev/null; then
-    echo "SKIPPED: clang++ with libFuzzer (packages clang, libclang-rt-14-dev) is not available"
+    echo "SKIPPED: clang++ with libFuzzer is not available (apt-get install clang libclang-rt-14-dev)"
     exit 0
 fi
 

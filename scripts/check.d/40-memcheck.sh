@@ -6,7 +6,7 @@
 # code.  The expat comparison runs on 1,000 documents here.
 set -euo pipefail
 if ! command -v valgrind >/dev/null 2>&1; then
-    echo "SKIPPED: valgrind is not installed"
+    echo "SKIPPED: valgrind is not installed (apt-get install valgrind)"
     exit 0
 fi
 source "$VORNXML_ROOT/scripts/lib/build.sh"
