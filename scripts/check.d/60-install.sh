@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs into a temporary prefix, builds a host program against it twice
 # (CMake's find_package and pkg-config) and runs it, runs the installed tool,
-# builds the host once more with the project added by add_subdirectory, then
-# builds the Debian package and checks what it holds.
+# builds the host once more with the project added by add_subdirectory.  The
+# Debian packages have a stage of their own (65-packages).
 set -euo pipefail
 source "$VORNXML_ROOT/scripts/lib/build.sh"
 cd "$VORNXML_ROOT"
@@ -14,13 +14,14 @@ prefix=$work/prefix
 cmake --install build --prefix "$prefix" >/dev/null
 
 for f in include/vorn_xml.h include/vorn_xml_writer.h include/vorn_xml_position.h bin/vornxml \
-         lib/libvornxml.so lib/libvornxml.so.1 lib/cmake/VornXml/VornXmlConfig.cmake \
-         lib/cmake/VornXml/VornXmlConfigVersion.cmake lib/pkgconfig/vornxml.pc share/man/man1/vornxml.1; do
+         lib/libvornxml.so lib/libvornxml.so.2 lib/cmake/VornXml/VornXmlConfig.cmake \
+         lib/cmake/VornXml/VornXmlConfigVersion.cmake lib/pkgconfig/vornxml.pc share/man/man1/vornxml.1.gz \
+         include/vorn_xml_version.h include/vorn_xml_export.h; do
     [ -e "$prefix/$f" ] || { echo "install: $f is missing"; exit 1; }
 done
-[ -L "$prefix/lib/libvornxml.so" ] && [ -L "$prefix/lib/libvornxml.so.1" ] ||
+[ -L "$prefix/lib/libvornxml.so" ] && [ -L "$prefix/lib/libvornxml.so.2" ] ||
     { echo "install: the SONAME links are missing"; exit 1; }
-readelf -d "$prefix/lib/libvornxml.so" | grep 'SONAME.*libvornxml.so.1' ||
+readelf -d "$prefix/lib/libvornxml.so" | grep 'SONAME.*libvornxml.so.2' ||
     { echo "install: wrong SONAME"; exit 1; }
 
 expected='<?xml version="1.0"?>
@@ -38,6 +39,15 @@ check_consumer() {
         { echo "install: $exe exited with $status and reported: $out"; exit 1; }
 }
 
+# One version, everywhere: the header, pkg-config, the CMake package, the tool.
+version=$(sed -n 's/^project(vornxml VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+grep -q "VORN_XML_VERSION_STRING \"$version\"" "$prefix/include/vorn_xml_version.h" &&
+    [ "$(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --modversion vornxml)" = "$version" ] &&
+    grep -q "set(PACKAGE_VERSION \"$version\")" "$prefix/lib/cmake/VornXml/VornXmlConfigVersion.cmake" &&
+    [ "$("$prefix/bin/vornxml" --version)" = "vornxml $version" ] &&
+    zgrep -q "vornxml $version" "$prefix/share/man/man1/vornxml.1.gz" ||
+    { echo "install: not every installed file says version $version"; exit 1; }
+
 cmake -S tests/install/consumer -B "$work/with-cmake" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/with-cmake" >/dev/null
 check_consumer "$work/with-cmake/consumer"
@@ -50,7 +60,7 @@ check_consumer "$work/with-pkg-config"
 "$prefix/bin/vornxml" --quiet examples/catalog.xml
 # The man page is made from the help text: every option of --help is in it.
 for option in $("$prefix/bin/vornxml" --help | grep -o -- '--[a-z]*' | sort -u); do
-    grep -F -- "$option" "$prefix/share/man/man1/vornxml.1" >/dev/null ||
+    zgrep -F -- "$option" "$prefix/share/man/man1/vornxml.1.gz" >/dev/null ||
         { echo "install: the man page lacks $option"; exit 1; }
 done
 
@@ -73,13 +83,4 @@ fi
 cmake --build "$work/host/build" -j "$VORNXML_JOBS" --target consumer >/dev/null
 check_consumer "$work/host/build/consumer"
 
-(cd build && cpack -G DEB -B "$work/deb" >/dev/null)
-deb=$(ls "$work"/deb/*.deb)
-dpkg-deb -c "$deb" | awk '{print $6}' | sort >"$work/contents"
-for f in ./usr/include/vorn_xml.h ./usr/lib/libvornxml.so ./usr/lib/libvornxml.so.1 ./usr/lib/libvornxml.so.1.0.0 \
-         ./usr/bin/vornxml ./usr/share/man/man1/vornxml.1 ./usr/lib/cmake/VornXml/VornXmlConfig.cmake \
-         ./usr/lib/pkgconfig/vornxml.pc; do
-    grep -qx "$f" "$work/contents" || { echo "install: $(basename "$deb") lacks $f"; exit 1; }
-done
-dpkg-deb -I "$deb" | grep 'Package: vornxml' >/dev/null || { echo "install: bad package control data"; exit 1; }
-echo "install: prefix, find_package, pkg-config, tool, add_subdirectory and $(basename "$deb") checked"
+echo "install: prefix, versions, find_package, pkg-config, tool and add_subdirectory checked"

@@ -14,6 +14,10 @@ int main(int argc, char** argv)
     if (!parser.parse(&source)) {
         const VORN_XML_POSITION at = source.get_failure_position(parser);
         VORN_XML_SAX_ERROR_HANDLER* errors = parser.get_error_handler();
+        if (errors == nullptr) {  // refused before reading: nothing to report
+            std::cout << "not read\n";
+            return 1;
+        }
         errors->reset_error_message_list();
         for (std::string m = errors->get_next_error_message(); !m.empty(); m = errors->get_next_error_message())
             std::cout << at.line << ":" << at.column << ": " << m << "\n";
