@@ -24,6 +24,10 @@ int main(int argc, char** argv)
     }
     const VORN_XML_POSITION at = source.get_failure_position(parser);
     VORN_XML_SAX_ERROR_HANDLER* errors = parser.get_error_handler();
+    if (errors == nullptr) {  // parse() refused before reading: no collector
+        std::cerr << argv[1] << ": not read\n";
+        return 2;
+    }
     errors->reset_error_message_list();
     for (std::string m = errors->get_next_error_message(); !m.empty(); m = errors->get_next_error_message())
         std::cerr << argv[1] << ":" << at.line << ":" << at.column << ": " << m << "\n";

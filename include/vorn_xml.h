@@ -9,6 +9,7 @@
 //   vorn_xml_element.h  the element tree
 //   vorn_xml_tree.h     the tree handler and the event listener
 //   vorn_xml_parser.h   the parser
+//   vorn_xml_limits.h   limits for hostile input, and the parser that keeps them
 //   vorn_xml_position.h line and column of a failure
 //   vorn_xml_writer.h   writing a tree back as a document
 //   vorn_xml_walk.h     walking a tree without cursors; sub-elements by name
@@ -24,6 +25,7 @@
 #include "vorn_xml_errors.h"
 #include "vorn_xml_export.h"
 #include "vorn_xml_input.h"
+#include "vorn_xml_limits.h"
 #include "vorn_xml_parser.h"
 #include "vorn_xml_path.h"
 #include "vorn_xml_position.h"
