@@ -127,6 +127,12 @@ public:
     VORN_XML_LIMITS limits;
     VORN_XML_LIMITS::KIND limit_reached = VORN_XML_LIMITS::NONE;
     uint64_t messages_left_out = 0;
+
+private:
+    friend class VORN_XML_SAX_PARSER;
+    VORN_XML_LIMITS in_force;     // the limits of the parse under way
+    uint64_t messages_filed = 0;  // error messages the parse under way filed
+    bool reading = false;         // a parse is under way
 };
 
 #endif

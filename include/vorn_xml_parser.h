@@ -2,6 +2,7 @@
 #ifndef VORN_XML_PARSER_H
 #define VORN_XML_PARSER_H
 
+#include <cstdint>
 #include <string>
 
 #include "vorn_xml_attrib.h"
@@ -9,6 +10,8 @@
 #include "vorn_xml_export.h"
 #include "vorn_xml_input.h"
 #include "vorn_xml_tree.h"
+
+class VORN_XML_LIMITED_SAX_PARSER;
 
 // ---------------------------------------------------------------------------
 // VORN_XML_SAX_PARSER reads one document from an input source in one pass,
@@ -171,6 +174,16 @@ private:
     }
     bool missing_literal(const char* expected, std::size_t length);  // the failure of need_literal()
     void file_error(const std::string& message);
+    // Limits (vorn_xml_limits.h).  The limited parser whose parse is under
+    // way, or null for a plain parser: asked where a check is rare (once per
+    // parse's content, per tag read token by token, at the end of a window
+    // in the middle of a token, per message).
+    VORN_XML_LIMITED_SAX_PARSER* limited_reading();
+    // True, with the parse ended, when `size` is beyond the limit `kind`
+    // (an int holding a VORN_XML_LIMITS::KIND) of `limited`.
+    bool past_limit(VORN_XML_LIMITED_SAX_PARSER* limited, int kind, uint64_t size);
+    // past_limit() for the current token, when the parse reads with limits.
+    bool token_past_limit(int kind);
 };
 
 #endif

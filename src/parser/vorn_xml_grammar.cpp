@@ -14,6 +14,7 @@
 #include "../internal/vorn_xml_counting_window.h"
 #include "../internal/vorn_xml_failures.h"
 #include "../internal/vorn_xml_window.h"
+#include "vorn_xml_limits.h"
 #include "vorn_xml_parser.h"
 
 using vorn_xml::FAILURE;
@@ -128,7 +129,19 @@ bool VORN_XML_SAX_PARSER::get_attributes()
     SPARE_ENTRIES spare(own->attrib_map);
     own->attrib_cursor = own->attrib_map.end();
     std::string name;
+    // With limits, each pair is counted, malformed ones included, and the
+    // tag's bytes as its pairs need them at the least.
+    VORN_XML_LIMITED_SAX_PARSER* const limited = limited_reading();
+    uint64_t pairs = 0;
+    uint64_t tag_bytes = 0;
     while (token_type == TOKEN_IDENTIFIER) {
+        if (limited != nullptr) {
+            tag_bytes += current_token.size() + 1;
+            if (past_limit(limited, VORN_XML_LIMITS::ATTRIBUTES, ++pairs) ||
+                past_limit(limited, VORN_XML_LIMITS::NAME, current_token.size()) ||
+                past_limit(limited, VORN_XML_LIMITS::TAG, tag_bytes))
+                return false;
+        }
         name.assign(current_token);
         next_token();
         if (!need_literal("=")) {
@@ -140,6 +153,12 @@ bool VORN_XML_SAX_PARSER::get_attributes()
             file_error(failure_message(FAILURE::ATTRIBUTE_VALUE_MISSING, name));
             result = false;
             continue;
+        }
+        if (limited != nullptr) {
+            tag_bytes += current_token.size() + 3;
+            if (past_limit(limited, VORN_XML_LIMITS::TEXT, current_token.size()) ||
+                past_limit(limited, VORN_XML_LIMITS::TAG, tag_bytes))
+                return false;
         }
         spare.set(*own, name, current_token);
         next_token();
@@ -483,6 +502,11 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
     std::string end_name;
     std::string run;
     SPARE_ENTRIES spare;
+    // With limits, every start tag is read token by token (where each pair is
+    // counted), and each tag, run and level checked.  Once a limit has ended
+    // the parse, the content ends at the next check.
+    VORN_XML_LIMITED_SAX_PARSER* const limited = limited_reading();
+    const auto ended = [limited] { return limited->limit_reached != VORN_XML_LIMITS::NONE; };
     for (;;) {
         // The elements of the current level.
         while (token_is("<")) {
@@ -490,10 +514,13 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
             std::string& start_name = open_names[depth];
             start_name.clear();
             int kind = TAG_NONE;
-            if (token_type == TOKEN_TAG_OPEN)
+            if (token_type == TOKEN_TAG_OPEN && limited == nullptr)
                 kind = read_start_tag_in_window(start_name, spare);
             if (kind == TAG_NONE)
                 kind = parse_xml_start_tag(start_name);
+            if (limited != nullptr && (ended() || past_limit(limited, VORN_XML_LIMITS::NAME, start_name.size()) ||
+                                       past_limit(limited, VORN_XML_LIMITS::DEPTH, depth + 1)))
+                return false;
             if (kind == TAG_START) {
                 tree_handler->process_start_element(start_name, current_attrib_list);
                 if (++depth == open_names.size())
@@ -514,6 +541,8 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
                 gather_text('<');
                 run += current_token;
             }
+            if (limited != nullptr && (ended() || past_limit(limited, VORN_XML_LIMITS::TEXT, run.size())))
+                return false;
             tree_handler->process_characters(run);
             // The token after the run, and the end tag when it comes at once.
             if (depth > 0 && token_type == TOKEN_STRING && current_char == '<')
@@ -523,7 +552,7 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
         }
 
         if (depth == 0)
-            return true;
+            return limited == nullptr || !ended();
 
         // The content of the innermost open element is over: its end tag.
         const std::string& open_name = open_names[--depth];

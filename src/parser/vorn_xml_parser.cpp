@@ -1,7 +1,10 @@
 // The parser: construction and ownership, and the document driver.
 #include <memory>
+#include <string>
+#include <typeinfo>
 
 #include "../internal/vorn_xml_failures.h"
+#include "vorn_xml_limits.h"
 #include "vorn_xml_parser.h"
 
 using vorn_xml::FAILURE;
@@ -57,7 +60,90 @@ bool VORN_XML_SAX_PARSER::parse(VORN_XML_SAX_INPUT_SOURCE* source)
     current_char = ' ';
     current_token.clear();
     token_type = TOKEN_UNKNOWN;
-    return parse_xml();
+    // The one place that finds out whether this parse reads with limits.
+    auto* const limited = dynamic_cast<VORN_XML_LIMITED_SAX_PARSER*>(this);
+    if (limited == nullptr)
+        return parse_xml();
+    limited->in_force = limited->limits;
+    limited->limit_reached = VORN_XML_LIMITS::NONE;
+    limited->messages_left_out = 0;
+    limited->messages_filed = 0;
+    struct READING {  // the parse is under way until it returns or throws
+        bool& flag;
+        explicit READING(bool& flag) : flag(flag) { flag = true; }
+        ~READING() { flag = false; }
+        READING(const READING&) = delete;
+        READING& operator=(const READING&) = delete;
+    } reading(limited->reading);
+    const bool accepted = parse_xml();
+    if (limited->limit_reached != VORN_XML_LIMITS::NONE)
+        return false;  // a limit ended the parse; its message is filed
+    if (limited->messages_left_out == 0)
+        return accepted;
+    limited->limit_reached = VORN_XML_LIMITS::MESSAGES;
+    error_handler->handle_error("limit: " + std::to_string(limited->messages_left_out) +
+                                " more error messages left out (messages_kept)");
+    return accepted;
+}
+
+VORN_XML_LIMITED_SAX_PARSER* VORN_XML_SAX_PARSER::limited_reading()
+{
+    if (typeid(*this) == typeid(VORN_XML_SAX_PARSER))
+        return nullptr;  // the plain parser, at the cost of one comparison
+    auto* const limited = dynamic_cast<VORN_XML_LIMITED_SAX_PARSER*>(this);
+    return limited != nullptr && limited->reading ? limited : nullptr;
+}
+
+namespace {
+
+// What reaching each limit that ends a parse says, before the limit's value.
+const char* limit_reached_text(VORN_XML_LIMITS::KIND kind)
+{
+    switch (kind) {
+    case VORN_XML_LIMITS::NAME: return "a name longer than ";
+    case VORN_XML_LIMITS::TEXT: return "a run of text longer than ";
+    case VORN_XML_LIMITS::TAG: return "a start tag longer than ";
+    case VORN_XML_LIMITS::DEPTH: return "elements nested deeper than ";
+    case VORN_XML_LIMITS::ATTRIBUTES: return "more attributes in one tag than ";
+    case VORN_XML_LIMITS::MESSAGES:
+    case VORN_XML_LIMITS::NONE: break;
+    }
+    return "";
+}
+
+}  // namespace
+
+bool VORN_XML_SAX_PARSER::past_limit(VORN_XML_LIMITED_SAX_PARSER* limited, int kind, uint64_t size)
+{
+    if (limited == nullptr)
+        return false;
+    const auto which = static_cast<VORN_XML_LIMITS::KIND>(kind);
+    const uint64_t most = limited->in_force.get(which);
+    if (most == 0 || size <= most)
+        return false;
+    if (limited->limit_reached == VORN_XML_LIMITS::NONE) {
+        limited->limit_reached = which;
+        std::string message = std::string("limit: ") + limit_reached_text(which) + std::to_string(most);
+        if (which == VORN_XML_LIMITS::NAME || which == VORN_XML_LIMITS::TEXT || which == VORN_XML_LIMITS::TAG)
+            message += " bytes";
+        message += std::string(" (") + VORN_XML_LIMITS::field_name(which) + ")";
+        // Messages left out so far are said here: nothing is filed after this.
+        if (limited->messages_left_out != 0)
+            message += "; " + std::to_string(limited->messages_left_out) +
+                       " more error messages left out (messages_kept)";
+        error_handler->handle_error(message);
+    }
+    // Nothing more is read: the grammar meets the end of input and unwinds.
+    current_char = static_cast<char>(-1);
+    current_token.clear();
+    token_type = TOKEN_END_OF_INPUT;
+    return true;
+}
+
+bool VORN_XML_SAX_PARSER::token_past_limit(int kind)
+{
+    VORN_XML_LIMITED_SAX_PARSER* const limited = limited_reading();
+    return limited != nullptr && past_limit(limited, kind, current_token.size());
 }
 
 bool VORN_XML_SAX_PARSER::parse_xml()
@@ -88,5 +174,14 @@ bool VORN_XML_SAX_PARSER::parse_xml()
 
 void VORN_XML_SAX_PARSER::file_error(const std::string& message)
 {
+    if (VORN_XML_LIMITED_SAX_PARSER* const limited = limited_reading()) {
+        if (limited->limit_reached != VORN_XML_LIMITS::NONE)
+            return;  // the parse is over: the grammar unwinds without a word
+        const uint64_t kept = limited->in_force.messages_kept;
+        if (kept != 0 && ++limited->messages_filed > kept) {
+            ++limited->messages_left_out;
+            return;
+        }
+    }
     error_handler->handle_error(message);
 }

@@ -1,4 +1,6 @@
 // The tokenizer and the character data reader.
+#include <cstdint>
+
 #include "../internal/vorn_xml_counting_window.h"
 #include "../internal/vorn_xml_failures.h"
 #include "../internal/vorn_xml_window.h"
@@ -7,6 +9,7 @@
 #endif
 
 #include "../internal/vorn_xml_chars.h"
+#include "vorn_xml_limits.h"
 #include "vorn_xml_parser.h"
 
 using vorn_xml::FAILURE;
@@ -33,8 +36,10 @@ constexpr char end_of_input = -1;
 // appending them to `token` unless it is null, and returns the first
 // character for which it fails (delivered: it becomes the current
 // character).  `keep` must fail for end of input.  The part of a run in the
-// source's window is scanned in memory and consumed at once.
-template <class WINDOW, class KEEP> inline char take_run(WINDOW& window, std::string* token, KEEP keep)
+// source's window is scanned in memory and consumed at once.  When the run
+// goes on past the window, `cut()` is asked whether the token is past its
+// limit; if so the run ends there, as at the end of input.
+template <class WINDOW, class KEEP, class CUT> inline char take_run(WINDOW& window, std::string* token, KEEP keep, CUT cut)
 {
     for (;;) {
         const char* const begin = window.next;
@@ -47,6 +52,8 @@ template <class WINDOW, class KEEP> inline char take_run(WINDOW& window, std::st
                 token->append(begin, static_cast<std::size_t>(p - begin));
             window.consume(p);
         }
+        if (p == end && token != nullptr && cut())
+            return end_of_input;
         const char c = window.get();
         if (!keep(c))
             return c;
@@ -102,11 +109,14 @@ void VORN_XML_SAX_PARSER::next_token()
 
 template <class WINDOW> void VORN_XML_SAX_PARSER::read_token(WINDOW& window)
 {
+    // A token that goes on past the window is held to its limit.
+    const auto name_cut = [this] { return token_past_limit(VORN_XML_LIMITS::NAME); };
+    const auto text_cut = [this] { return token_past_limit(VORN_XML_LIMITS::TEXT); };
     current_token.clear();
     char c = current_char;
     for (;;) {
         if (is_space(c))
-            c = take_run(window, nullptr, is_space);
+            c = take_run(window, nullptr, is_space, [] { return false; });
         if (c == end_of_input) {
             current_char = c;
             token_type = TOKEN_END_OF_INPUT;
@@ -120,7 +130,7 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::read_token(WINDOW& window)
                 // the opening quote goes into the token once, as the byte
                 // 0xFF.
                 current_token.push_back(c);
-                c = take_run(window, &current_token, in_string);
+                c = take_run(window, &current_token, in_string, text_cut);
             }
             if (c == end_of_input) {
                 current_char = c;
@@ -153,9 +163,11 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::read_token(WINDOW& window)
             current_char = window.get();
             return;
         case CLASS_DIGIT:
+            // (The type is set first: a token cut at its limit ends the
+            // input, and says so in the type.)
             current_token.push_back(c);
-            current_char = take_run(window, &current_token, is_digit);
             token_type = TOKEN_NUMBER;
+            current_char = take_run(window, &current_token, is_digit, name_cut);
             return;
         case CLASS_SYMBOL:
             current_token.push_back(c);
@@ -164,8 +176,8 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::read_token(WINDOW& window)
             return;
         case CLASS_NAME_START:
             current_token.push_back(c);
-            current_char = take_run(window, &current_token, is_name_char);
             token_type = TOKEN_IDENTIFIER;
+            current_char = take_run(window, &current_token, is_name_char, name_cut);
             return;
         default:
             // Unknown: the character is not consumed and comes back as the
@@ -200,14 +212,18 @@ template <class WINDOW> char VORN_XML_SAX_PARSER::skip_comment(WINDOW& window)
         return c == '-' ? matched + 1 : 0;
     };
     int matched = 0;
+    uint64_t skipped = 0;  // held to the limit of a run of text
     for (;;) {
         const char* p = window.next;
         const char* const end = window.end;
         while (p != end && *p != end_of_input && matched != 3)
             matched = step(matched, *p++);
+        skipped += static_cast<uint64_t>(p - window.next);
         window.consume(p);
         if (matched == 3)
             break;
+        if (p == end && past_limit(limited_reading(), VORN_XML_LIMITS::TEXT, skipped))
+            return end_of_input;
         const char c = window.get();
         if (c == end_of_input)
             return c;
@@ -215,6 +231,8 @@ template <class WINDOW> char VORN_XML_SAX_PARSER::skip_comment(WINDOW& window)
         if (matched == 3)
             break;
     }
+    if (past_limit(limited_reading(), VORN_XML_LIMITS::TEXT, skipped))
+        return end_of_input;
     return window.get();  // past the ">"
 }
 
@@ -302,6 +320,8 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::read_text(WINDOW& window, char
                     current_token.append(window.next, static_cast<std::size_t>(after - window.next));
                 }
                 window.consume(after);
+                if (after == window.end && token_past_limit(VORN_XML_LIMITS::TEXT))
+                    return;
                 c = window.get();
                 continue;
             }
@@ -322,6 +342,8 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::read_text(WINDOW& window, char
             current_token.append(begin, static_cast<std::size_t>(p - begin));
             window.consume(p);
         }
+        if (p == window.end && token_past_limit(VORN_XML_LIMITS::TEXT))
+            return;
         c = window.get();
     }
     current_char = c;
