@@ -179,6 +179,8 @@ private:
     // parse's content, per tag read token by token, at the end of a window
     // in the middle of a token, per message).
     VORN_XML_LIMITED_SAX_PARSER* limited_reading();
+    // parse_xml10_xml_body(), with the limits of `limited` when LIMITED.
+    template <bool LIMITED> bool read_content(VORN_XML_LIMITED_SAX_PARSER* limited);
     // True, with the parse ended, when `size` is beyond the limit `kind`
     // (an int holding a VORN_XML_LIMITS::KIND) of `limited`.
     bool past_limit(VORN_XML_LIMITED_SAX_PARSER* limited, int kind, uint64_t size);

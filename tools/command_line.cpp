@@ -1,5 +1,7 @@
 // The command line: options, the help text (help.txt) and the version.
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 
 #include "vornxml_help.h"
@@ -23,6 +25,36 @@ int usage_error(const std::string& what)
 {
     std::cerr << "vornxml: " << what << "; try vornxml --help\n";
     return 2;
+}
+
+// The limit options, by name: --max-text=BYTES and so on.
+const struct {
+    const char* name;
+    uint64_t VORN_XML_LIMITS::*field;
+} limit_options[] = {
+    {"--max-name=", &VORN_XML_LIMITS::longest_name},
+    {"--max-text=", &VORN_XML_LIMITS::longest_text},
+    {"--max-tag=", &VORN_XML_LIMITS::longest_tag},
+    {"--max-depth=", &VORN_XML_LIMITS::deepest_nesting},
+    {"--max-attributes=", &VORN_XML_LIMITS::attributes_per_tag},
+    {"--max-messages=", &VORN_XML_LIMITS::messages_kept},
+};
+
+// Reads `arg` into `limits` when it is a limit option: 1 read, 0 not one,
+// -1 one with a value that is not a count.
+int read_limit(const std::string& arg, VORN_XML_LIMITS& limits)
+{
+    for (const auto& option : limit_options) {
+        const std::size_t length = std::strlen(option.name);
+        if (arg.compare(0, length, option.name) != 0)
+            continue;
+        const std::string digits = arg.substr(length);
+        if (digits.empty() || digits.size() > 19 || digits.find_first_not_of("0123456789") != std::string::npos)
+            return -1;
+        limits.*option.field = std::stoull(digits);
+        return 1;
+    }
+    return 0;
 }
 
 // "--a, --b and --c exclude each other"
@@ -86,6 +118,17 @@ int read_command_line(int argc, char** argv, COMMAND& command)
         }
         if (arg == "--") {
             options_done = true;
+            continue;
+        }
+        if (arg == "--huge") {  // every limit but the messages kept
+            const uint64_t kept = command.limits.messages_kept;
+            command.limits = VORN_XML_LIMITS();
+            command.limits.messages_kept = kept;
+            continue;
+        }
+        if (const int read = read_limit(arg, command.limits)) {
+            if (read < 0)
+                return usage_error(arg.substr(0, arg.find('=')) + " needs a count (0 for no limit)");
             continue;
         }
         if (arg == "--help" || arg == "-h") {

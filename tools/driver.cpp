@@ -101,9 +101,24 @@ void report_errors(const std::string& label, VORN_XML_SAX_PARSER& parser, const 
         std::cerr << prefix << m << '\n';
 }
 
+// The option that lifts a limit that ends a document; null for the others.
+const char* limit_option(VORN_XML_LIMITS::KIND kind)
+{
+    switch (kind) {
+    case VORN_XML_LIMITS::NAME: return "--max-name=BYTES";
+    case VORN_XML_LIMITS::TEXT: return "--max-text=BYTES";
+    case VORN_XML_LIMITS::TAG: return "--max-tag=BYTES";
+    case VORN_XML_LIMITS::DEPTH: return "--max-depth=N";
+    case VORN_XML_LIMITS::ATTRIBUTES: return "--max-attributes=N";
+    case VORN_XML_LIMITS::MESSAGES:
+    case VORN_XML_LIMITS::NONE: break;
+    }
+    return nullptr;
+}
+
 }  // namespace
 
-int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several)
+int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several, const VORN_XML_LIMITS& limits)
 {
     const std::unique_ptr<DOCUMENT_MODE> mode = make_mode();
     const bool quiet = mode->silent();
@@ -126,7 +141,7 @@ int read_document(const std::string& path, const MODE_MAKER& make_mode, bool sev
     if (several && mode->headed())
         std::printf("==> %s <==\n", label.c_str());
 
-    VORN_XML_SAX_PARSER parser;
+    VORN_XML_LIMITED_SAX_PARSER parser(limits);
     VORN_XML_SAX_TREE_HANDLER& events = mode->handler();
     events.DOM_mode = mode->builds_tree();
     bool ok;
@@ -146,6 +161,8 @@ int read_document(const std::string& path, const MODE_MAKER& make_mode, bool sev
         progress.report();
         if (!ok)
             report_errors(label, parser, source);
+        if (const char* option = limit_option(parser.get_limit_reached()))
+            std::cerr << label << ": the limit is lifted by " << option << " (or --huge)\n";
     }
     if (input.get_error() != 0)
         return cannot_read(std::strerror(input.get_error()));

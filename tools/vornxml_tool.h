@@ -83,6 +83,7 @@ using MODE_MAKER = std::function<std::unique_ptr<DOCUMENT_MODE>()>;
 struct COMMAND {
     MODE_MAKER make_mode = make_tree_mode;
     std::vector<std::string> files;
+    VORN_XML_LIMITS limits = VORN_XML_LIMITS::tool_defaults();  // --max-*, --huge
 };
 
 // Reads the arguments into `command`.  Returns -1 to go on and read the
@@ -103,9 +104,9 @@ void put_line(std::string line);
 
 // Reads the document at `path` ("-" is standard input) with a mode made by
 // `make_mode` and reports on it; `several` heads the output with the file
-// name.  Returns the exit status for this file: 0 read, 1 refused or not
-// printable, 2 unreadable.
-int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several);
+// name; the parser keeps to `limits`.  Returns the exit status for this
+// file: 0 read, 1 refused or not printable, 2 unreadable.
+int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several, const VORN_XML_LIMITS& limits);
 
 }  // namespace vornxml_tool
 

@@ -497,15 +497,22 @@ template <class WINDOW> bool VORN_XML_SAX_PARSER::end_tag_in(WINDOW& window, con
 // names of later elements are read in without allocating.
 bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
 {
+    // With limits, every start tag is read token by token (where each pair
+    // is counted), and each tag, run and level checked; a plain parser's
+    // reading is made without a trace of them.
+    if (VORN_XML_LIMITED_SAX_PARSER* const limited = limited_reading())
+        return read_content<true>(limited);
+    return read_content<false>(nullptr);
+}
+
+template <bool LIMITED> bool VORN_XML_SAX_PARSER::read_content(VORN_XML_LIMITED_SAX_PARSER* const limited)
+{
     std::vector<std::string> open_names{std::string()};  // and the name being read
     std::size_t depth = 0;                               // open_names[0, depth) are the open elements
     std::string end_name;
     std::string run;
     SPARE_ENTRIES spare;
-    // With limits, every start tag is read token by token (where each pair is
-    // counted), and each tag, run and level checked.  Once a limit has ended
-    // the parse, the content ends at the next check.
-    VORN_XML_LIMITED_SAX_PARSER* const limited = limited_reading();
+    // Once a limit has ended the parse, the content ends at the next check.
     const auto ended = [limited] { return limited->limit_reached != VORN_XML_LIMITS::NONE; };
     for (;;) {
         // The elements of the current level.
@@ -514,11 +521,11 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
             std::string& start_name = open_names[depth];
             start_name.clear();
             int kind = TAG_NONE;
-            if (token_type == TOKEN_TAG_OPEN && limited == nullptr)
+            if (!LIMITED && token_type == TOKEN_TAG_OPEN)
                 kind = read_start_tag_in_window(start_name, spare);
             if (kind == TAG_NONE)
                 kind = parse_xml_start_tag(start_name);
-            if (limited != nullptr && (ended() || past_limit(limited, VORN_XML_LIMITS::NAME, start_name.size()) ||
+            if (LIMITED && (ended() || past_limit(limited, VORN_XML_LIMITS::NAME, start_name.size()) ||
                                        past_limit(limited, VORN_XML_LIMITS::DEPTH, depth + 1)))
                 return false;
             if (kind == TAG_START) {
@@ -541,7 +548,7 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
                 gather_text('<');
                 run += current_token;
             }
-            if (limited != nullptr && (ended() || past_limit(limited, VORN_XML_LIMITS::TEXT, run.size())))
+            if (LIMITED && (ended() || past_limit(limited, VORN_XML_LIMITS::TEXT, run.size())))
                 return false;
             tree_handler->process_characters(run);
             // The token after the run, and the end tag when it comes at once.
@@ -552,7 +559,7 @@ bool VORN_XML_SAX_PARSER::parse_xml10_xml_body()
         }
 
         if (depth == 0)
-            return limited == nullptr || !ended();
+            return !LIMITED || !ended();
 
         // The content of the innermost open element is over: its end tag.
         const std::string& open_name = open_names[--depth];
