@@ -126,7 +126,11 @@ int read_document(const std::string& path, const MODE_MAKER& make_mode, bool sev
     if (several && mode->headed())
         std::printf("==> %s <==\n", label.c_str());
 
-    VORN_XML_SAX_PARSER parser;
+    // A document's messages past the first 100 are counted, not kept: one
+    // more says how many were left out (vorn_xml_limits.h).
+    VORN_XML_LIMITS limits;
+    limits.messages_kept = 100;
+    VORN_XML_LIMITED_SAX_PARSER parser(limits);
     VORN_XML_SAX_TREE_HANDLER& events = mode->handler();
     events.DOM_mode = mode->builds_tree();
     bool ok;
