@@ -13,6 +13,8 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <vorn_xml.h>
 
@@ -45,15 +47,31 @@ std::string tree_text(VORN_XML_ELEMENT* root)
     return text;
 }
 
-// Parses `document`; the tree's root (owned by the caller), or null when the
-// document is refused or has no element.
+// Takes each top-level element over as it ends (a document may hold
+// several; the handler keeps only the last).
+class ROOTS : public VORN_XML_SAX_EVENT_LISTENER {
+public:
+    explicit ROOTS(VORN_XML_SAX_TREE_HANDLER* handler) : handler(handler) {}
+    void process_end_element(VORN_XML_ELEMENT* element) override
+    {
+        if (element != nullptr && element == handler->get_root_element())
+            taken.emplace_back(handler->take_root_element());
+    }
+    VORN_XML_SAX_TREE_HANDLER* handler;
+    std::vector<std::unique_ptr<VORN_XML_ELEMENT>> taken;
+};
+
+// Parses `document`; its one top-level element (owned by the caller), or
+// null when the document is refused or has not exactly one.
 std::unique_ptr<VORN_XML_ELEMENT> read(const std::string& document)
 {
     VORN_XML_SAX_PARSER parser;
+    ROOTS roots(parser.get_tree_handler());
+    parser.get_tree_handler()->set_event_listener(&roots);
     VORN_XML_STRING_INPUT_SOURCE source(document);
-    if (!parser.parse(&source))
+    if (!parser.parse(&source) || roots.taken.size() != 1)
         return nullptr;
-    return std::unique_ptr<VORN_XML_ELEMENT>(parser.get_tree_handler()->take_root_element());
+    return std::move(roots.taken.front());
 }
 
 }  // namespace
