@@ -44,6 +44,10 @@
 //     rewritten in place as the count grows (a cursor on it stays valid).
 //     The result of parse() is the one it would have been without the limit.
 //
+// Today the parser keeps to messages_kept only; the other five are read
+// past as if they were 0 until the reader checks them, and the tool's
+// options below come with those checks (the tool keeps 100 messages now).
+//
 // A document within every limit is read exactly as a plain parser reads it:
 // the same result, events, tree and messages.
 //
