@@ -37,10 +37,16 @@
 //     the tree handler, as after any failure.  The parser reads no further
 //     than the limit plus the source's window (at most 64 KiB).
 //   - messages_kept lets the parse go on: the first messages_kept error
-//     messages are kept, later ones are counted, not stored, and at the end
-//     of the parse one more message says how many were left out ("limit:
-//     1331200 more error messages left out (messages_kept)").  The result of
-//     parse() is the one it would have been without the limit.
+//     messages of the parse are kept, later ones are counted, not stored,
+//     and one more message after the kept ones says how many were left out
+//     ("limit: 1331200 more error messages left out (messages_kept)").  That
+//     closing message is the one message a collector ever changes: it is
+//     rewritten in place as the count grows (a cursor on it stays valid).
+//     The result of parse() is the one it would have been without the limit.
+//     When a limit ends a parse that has left messages out, its message
+//     takes the closing message's place and says both ("limit: more
+//     attributes in one tag than 1024 (attributes_per_tag); 1948 more error
+//     messages left out (messages_kept)"); nothing is filed after it.
 //
 // A document within every limit is read exactly as a plain parser reads it:
 // the same result, events, tree and messages.
@@ -100,15 +106,22 @@ struct VORN_XML_API VORN_XML_LIMITS {
 //         ... the document asked for more than the limits allow ...
 //     }
 //
-// The limits are plain values, copied in; the parser owns nothing more than
-// its base class does.  Changing the limits during a parse (from a handler)
-// takes effect at the next parse.
+// The limits are plain values, copied in.  Unlike the base class, the parser
+// has its collector from the start (get_error_handler() is never null); it
+// owns it, as the base class owns its own.  Changing the limits during a
+// parse (from a handler) takes effect at the next parse.  parse() through a
+// pointer to the base class keeps to the limits just the same.
 // ---------------------------------------------------------------------------
 class VORN_XML_API VORN_XML_LIMITED_SAX_PARSER : public VORN_XML_SAX_PARSER {
 public:
     // A parser with `limits` (none given: no limits, as the base class).
     explicit VORN_XML_LIMITED_SAX_PARSER(const VORN_XML_LIMITS& limits = VORN_XML_LIMITS());
     ~VORN_XML_LIMITED_SAX_PARSER() override;
+
+    // VORN_XML_SAX_PARSER::parse() within the limits; clears the counts of
+    // the previous parse first.  Messages still accumulate across parses,
+    // each parse keeping up to messages_kept of its own.
+    bool parse(VORN_XML_SAX_INPUT_SOURCE* source);
 
     // The limits for the following parses.
     void set_limits(const VORN_XML_LIMITS& new_limits) { limits = new_limits; }
@@ -131,7 +144,6 @@ public:
 private:
     friend class VORN_XML_SAX_PARSER;
     VORN_XML_LIMITS in_force;     // the limits of the parse under way
-    uint64_t messages_filed = 0;  // error messages the parse under way filed
     bool reading = false;         // a parse is under way
 };
 

@@ -1,5 +1,7 @@
 #include "vorn_xml_errors.h"
 
+#include "../limits/vorn_xml_limited_errors.h"
+
 namespace {
 
 // Appending to a std::list leaves the list as it was when the allocation of
@@ -33,6 +35,12 @@ VORN_XML_SAX_ERROR_HANDLER::~VORN_XML_SAX_ERROR_HANDLER()
 
 void VORN_XML_SAX_ERROR_HANDLER::handle_error(const std::string& message)
 {
+    // A limited parser's collector keeps only so many (handle_error() is
+    // not virtual, and the class's layout is fixed).
+    if (auto* const limited = dynamic_cast<VORN_XML_LIMITED_ERROR_HANDLER*>(this)) {
+        limited->file(message);
+        return;
+    }
     append(error_message_list, message);
 }
 

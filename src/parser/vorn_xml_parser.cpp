@@ -4,6 +4,7 @@
 #include <typeinfo>
 
 #include "../internal/vorn_xml_failures.h"
+#include "../limits/vorn_xml_limited_errors.h"
 #include "vorn_xml_limits.h"
 #include "vorn_xml_parser.h"
 
@@ -67,7 +68,9 @@ bool VORN_XML_SAX_PARSER::parse(VORN_XML_SAX_INPUT_SOURCE* source)
     limited->in_force = limited->limits;
     limited->limit_reached = VORN_XML_LIMITS::NONE;
     limited->messages_left_out = 0;
-    limited->messages_filed = 0;
+    auto* const collector = dynamic_cast<VORN_XML_LIMITED_ERROR_HANDLER*>(error_handler);
+    if (collector != nullptr)
+        collector->begin(limited->in_force.messages_kept);
     struct READING {  // the parse is under way until it returns or throws
         bool& flag;
         explicit READING(bool& flag) : flag(flag) { flag = true; }
@@ -76,13 +79,12 @@ bool VORN_XML_SAX_PARSER::parse(VORN_XML_SAX_INPUT_SOURCE* source)
         READING& operator=(const READING&) = delete;
     } reading(limited->reading);
     const bool accepted = parse_xml();
+    if (collector != nullptr)
+        limited->messages_left_out = collector->left_out;
     if (limited->limit_reached != VORN_XML_LIMITS::NONE)
         return false;  // a limit ended the parse; its message is filed
-    if (limited->messages_left_out == 0)
-        return accepted;
-    limited->limit_reached = VORN_XML_LIMITS::MESSAGES;
-    error_handler->handle_error("limit: " + std::to_string(limited->messages_left_out) +
-                                " more error messages left out (messages_kept)");
+    if (limited->messages_left_out != 0)
+        limited->limit_reached = VORN_XML_LIMITS::MESSAGES;
     return accepted;
 }
 
@@ -127,11 +129,11 @@ bool VORN_XML_SAX_PARSER::past_limit(VORN_XML_LIMITED_SAX_PARSER* limited, int k
         if (which == VORN_XML_LIMITS::NAME || which == VORN_XML_LIMITS::TEXT || which == VORN_XML_LIMITS::TAG)
             message += " bytes";
         message += std::string(" (") + VORN_XML_LIMITS::field_name(which) + ")";
-        // Messages left out so far are said here: nothing is filed after this.
-        if (limited->messages_left_out != 0)
-            message += "; " + std::to_string(limited->messages_left_out) +
-                       " more error messages left out (messages_kept)";
-        error_handler->handle_error(message);
+        // Kept whatever messages_kept says: the collector takes it last.
+        if (auto* const collector = dynamic_cast<VORN_XML_LIMITED_ERROR_HANDLER*>(error_handler))
+            collector->file_last(message);
+        else
+            error_handler->handle_error(message);
     }
     // Nothing more is read: the grammar meets the end of input and unwinds.
     current_char = static_cast<char>(-1);
@@ -177,11 +179,6 @@ void VORN_XML_SAX_PARSER::file_error(const std::string& message)
     if (VORN_XML_LIMITED_SAX_PARSER* const limited = limited_reading()) {
         if (limited->limit_reached != VORN_XML_LIMITS::NONE)
             return;  // the parse is over: the grammar unwinds without a word
-        const uint64_t kept = limited->in_force.messages_kept;
-        if (kept != 0 && ++limited->messages_filed > kept) {
-            ++limited->messages_left_out;
-            return;
-        }
     }
     error_handler->handle_error(message);
 }

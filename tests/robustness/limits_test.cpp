@@ -159,6 +159,12 @@ TEST(limits, messages_beyond_the_limit_are_counted_not_kept)
               std::vector<std::string>(all.begin(), all.begin() + 100));
     EXPECT_NE(kept.back().find(std::to_string(all.size() - 100)), std::string::npos) << kept.back();
     EXPECT_NE(kept.back().find("messages_kept"), std::string::npos) << kept.back();
+
+    // The next parse keeps as many of its own, after these.
+    VORN_XML_STRING_INPUT_SOURCE again(document);
+    EXPECT_EQ(limited.parse(&again), plain_result);
+    EXPECT_EQ(limited.get_messages_left_out(), all.size() - 100);
+    EXPECT_EQ(vorn_test::error_messages(limited.get_error_handler()).size(), 202U);
 }
 
 // Within every limit, the tool's defaults change nothing: the same result,
