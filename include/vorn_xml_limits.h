@@ -143,8 +143,8 @@ public:
 
 private:
     friend class VORN_XML_SAX_PARSER;
-    VORN_XML_LIMITS in_force;     // the limits of the parse under way
-    bool reading = false;         // a parse is under way
+    VORN_XML_LIMITS in_force;  // the limits of the parse under way
+    bool reading = false;      // a parse is under way
 };
 
 #endif

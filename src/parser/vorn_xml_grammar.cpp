@@ -526,7 +526,7 @@ template <bool LIMITED> bool VORN_XML_SAX_PARSER::read_content(VORN_XML_LIMITED_
             if (kind == TAG_NONE)
                 kind = parse_xml_start_tag(start_name);
             if (LIMITED && (ended() || past_limit(limited, VORN_XML_LIMITS::NAME, start_name.size()) ||
-                                       past_limit(limited, VORN_XML_LIMITS::DEPTH, depth + 1)))
+                            past_limit(limited, VORN_XML_LIMITS::DEPTH, depth + 1)))
                 return false;
             if (kind == TAG_START) {
                 tree_handler->process_start_element(start_name, current_attrib_list);

@@ -39,7 +39,8 @@ constexpr char end_of_input = -1;
 // source's window is scanned in memory and consumed at once.  When the run
 // goes on past the window, `cut()` is asked whether the token is past its
 // limit; if so the run ends there, as at the end of input.
-template <class WINDOW, class KEEP, class CUT> inline char take_run(WINDOW& window, std::string* token, KEEP keep, CUT cut)
+template <class WINDOW, class KEEP, class CUT>
+inline char take_run(WINDOW& window, std::string* token, KEEP keep, CUT cut)
 {
     for (;;) {
         const char* const begin = window.next;
