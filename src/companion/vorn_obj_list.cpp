@@ -5,9 +5,11 @@ namespace {
 
 // Entry arrays come from the thread's pages too: most lists are short and
 // die with their tree.
+constexpr std::size_t entry_size = sizeof(void*);  // an entry is one pointer
+
 VORN_OBJ** new_entries(long size)
 {
-    return static_cast<VORN_OBJ**>(vorn_pages::allocate(static_cast<std::size_t>(size) * sizeof(VORN_OBJ*)));
+    return static_cast<VORN_OBJ**>(vorn_pages::allocate(static_cast<std::size_t>(size) * entry_size));
 }
 
 }  // namespace

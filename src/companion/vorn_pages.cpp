@@ -9,12 +9,12 @@ namespace vorn_pages {
 
 namespace {
 
-constexpr std::size_t page_size = 64 * 1024;
+constexpr std::size_t page_size = std::size_t{256} * 1024;
 constexpr std::size_t grain = 16;       // every block is aligned to this
 constexpr std::size_t header_size = 8;  // the page pointer before each block
 constexpr std::size_t first_block = 32;
 constexpr std::size_t largest_shared = page_size / 8;  // larger blocks get a page of their own
-constexpr int most_kept = 32;                          // empty pages a thread keeps: 2 MiB
+constexpr int most_kept = 8;                           // empty pages a thread keeps: 2 MiB
 
 // While a page is a thread's current page, its count holds `owned` more
 // than its live blocks less the blocks handed out from it, so that handing
@@ -29,17 +29,18 @@ struct PAGE {
     std::size_t alignment;  // 0: a shared page of page_size; else a page of one block so aligned
 };
 static_assert(sizeof(PAGE) + header_size <= first_block, "a page's first header overlaps the page");
+static_assert(header_size == sizeof(void*), "the header is not one pointer");
 static_assert(first_block % grain == 0, "the first block is not aligned");
 
 // A thread's pages.  Plain data, so that the thread-local variable needs no
 // guard on the common path; the cleanup at the thread's exit is registered
 // by the first page the thread takes.
 struct THREAD_PAGES {
-    char* next;          // where the next block goes in `current`
-    char* end;           // the end of `current`
-    PAGE* current;       // the page blocks are handed out from; null when none
-    long handed_out;     // blocks handed out from `current`
-    PAGE* kept;          // empty pages kept for reuse
+    char* next;       // where the next block goes in `current`
+    char* end;        // the end of `current`
+    PAGE* current;    // the page blocks are handed out from; null when none
+    long handed_out;  // blocks handed out from `current`
+    PAGE* kept;       // empty pages kept for reuse
     int kept_count;
     int handlers;  // tree handlers alive on this thread
 };
@@ -49,13 +50,13 @@ thread_local THREAD_PAGES state __attribute__((tls_model("initial-exec"))) = {};
 PAGE* page_of(void* block)
 {
     PAGE* page = nullptr;
-    __builtin_memcpy(&page, static_cast<char*>(block) - header_size, sizeof page);
+    __builtin_memcpy(&page, static_cast<char*>(block) - header_size, header_size);
     return page;
 }
 
 void* hand_out(char* at, PAGE* page)
 {
-    __builtin_memcpy(at - header_size, &page, sizeof page);
+    __builtin_memcpy(at - header_size, &page, header_size);
     return at;
 }
 

@@ -1,7 +1,7 @@
 #include <memory>
 
-#include "vorn_xml_element.h"
 #include "../companion/vorn_pages.h"
+#include "vorn_xml_element.h"
 
 VORN_XML_ELEMENT::VORN_XML_ELEMENT(const std::string& name, VORN_XML_ATTRIB_LIST* attributes)
     : element_name(name), attrib_list(nullptr), subelement_list(nullptr)
@@ -19,7 +19,7 @@ namespace {
 // The teardown under way on this thread: a stack of sub-element lists whose
 // elements are still to be deleted, chained through next_pending, each read
 // through its own cursor.  Null when no teardown runs.
-thread_local VORN_OBJ_LIST* pending_lists = nullptr;
+thread_local VORN_OBJ_LIST* pending_lists __attribute__((tls_model("initial-exec"))) = nullptr;
 
 }  // namespace
 

@@ -1,7 +1,7 @@
 #include <memory>
 
-#include "vorn_xml_tree.h"
 #include "../companion/vorn_pages.h"
+#include "vorn_xml_tree.h"
 
 VORN_XML_SAX_TREE_HANDLER::VORN_XML_SAX_TREE_HANDLER()
     : root_element(nullptr), element_stack(new VORN_OBJ_LIST), event_listener(nullptr), DOM_mode(true)
