@@ -74,6 +74,19 @@ for ((round = 0; round < procs; ++round)); do
         done
     done
 done
+# Threads: one parser per thread on as many threads as cores, against one
+# thread, with kept memory; the two in turn, so that load falls on both.
+cores=$(nproc)
+for ((round = 0; round < procs; ++round)); do
+    for shape in "${shapes[@]}"; do
+        for target in vornxml_sax_string vornxml_dom_string; do
+            measure threads "$target" "$shape" kept 1 "$reps"
+            sed -i '$ s/^threads-kept /threads-1-kept /' "$results"
+            measure threads "$target" "$shape" kept "$cores" "$reps"
+            sed -i '$ s/^threads-kept /threads-many-kept /' "$results"
+        done
+    done
+done
 for shape in "${shapes[@]}"; do
     for target in $("$bench" list trees); do
         measure memory "$target" "$shape" ""
