@@ -80,10 +80,12 @@ cores=$(nproc)
 for ((round = 0; round < procs; ++round)); do
     for shape in "${shapes[@]}"; do
         for target in vornxml_sax_string vornxml_dom_string; do
-            measure threads "$target" "$shape" kept 1 "$reps"
-            sed -i '$ s/^threads-kept /threads-1-kept /' "$results"
-            measure threads "$target" "$shape" kept "$cores" "$reps"
-            sed -i '$ s/^threads-kept /threads-many-kept /' "$results"
+            for clock in threads threads-cpu; do
+                measure $clock "$target" "$shape" kept 1 "$reps"
+                sed -i "\$ s/^$clock-kept /$clock-1-kept /" "$results"
+                measure $clock "$target" "$shape" kept "$cores" "$reps"
+                sed -i "\$ s/^$clock-kept /$clock-many-kept /" "$results"
+            done
         done
     done
 done
