@@ -94,7 +94,9 @@ TEST(Threads, TreesFreedOnAnotherThreadThanTheOneThatBuiltThem)
     constexpr int builders = 2;
     constexpr int trees_each = 60;
     int building = builders;
+    std::vector<int> mismatches(2, 0);
     std::vector<std::thread> threads;
+    threads.reserve(builders + mismatches.size());
     for (int b = 0; b < builders; ++b)
         threads.emplace_back([&, b] {
             VORN_XML_SAX_PARSER parser;  // one parser for all its documents
@@ -111,7 +113,6 @@ TEST(Threads, TreesFreedOnAnotherThreadThanTheOneThatBuiltThem)
             --building;
             ready.notify_all();
         });
-    std::vector<int> mismatches(2, 0);
     for (int& wrong : mismatches)
         threads.emplace_back([&] {
             for (;;) {
