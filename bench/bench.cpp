@@ -7,6 +7,8 @@
 //   vornxml_bench steady TARGET FILE WARMUP REPS
 //   vornxml_bench cold TARGET FILE
 //   vornxml_bench memory TARGET FILE
+//   vornxml_bench threads TARGET FILE THREADS REPS
+//   vornxml_bench threads-cpu TARGET FILE THREADS REPS
 //   vornxml_bench report RESULTS
 //
 // A measurement prints "BYTES ELEMENTS VALUE": the document's size, the
@@ -14,8 +16,13 @@
 //   steady  the median seconds of REPS parses (parse plus free) after WARMUP
 //           untimed ones, all on the same document;
 //   cold    the seconds of the first parse in the process;
-//   memory  the peak resident bytes a parse adds, its tree still alive.
-// Seconds are the CPU time of the thread (user and system): on a shared
+//   memory  the peak resident bytes a parse adds, its tree still alive;
+//   threads the wall-clock seconds per document when THREADS threads, each
+//           with its own copy of the document and its own parsers, parse it
+//           REPS times each after one untimed parse: the aggregate
+//           throughput is the document's size over it;
+//   threads-cpu the same by each thread's CPU time, as if each had a core.
+// Other seconds are the CPU time of the thread (user and system): on a shared
 // machine the wall clock mostly measures the other processes.  Under
 // callgrind (--collect-atstart=no) only the timed parse is counted.
 //
@@ -25,6 +32,7 @@
 #include <valgrind/callgrind.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -33,6 +41,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "docgen.h"
@@ -107,6 +116,56 @@ double peak_added(const TARGET& target, const DOC& doc, long& elements)
     return before < 0 || peak < 0 ? -1 : static_cast<double>(peak - before) * 1024;
 }
 
+double wall_seconds()
+{
+    timespec t{};
+    clock_gettime(CLOCK_MONOTONIC, &t);
+    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
+}
+
+// `threads` threads, started together after one untimed parse each, parse
+// their own copies of the document `reps` times.  The seconds per document:
+// by the wall clock, or (`by_cpu`) by each thread's CPU time as if every
+// thread had a core of its own, which a machine busy with other work can
+// still tell: what the threads cost each other shows there.
+double threaded(const TARGET& target, const DOC& doc, int threads, int reps, bool by_cpu, long& elements)
+{
+    const std::vector<DOC> docs(static_cast<std::size_t>(threads), doc);
+    std::vector<long> counted(docs.size(), 0);
+    std::vector<double> cpu(docs.size(), 0);
+    std::atomic<int> waiting{threads};
+    std::atomic<bool> go{false};
+    std::vector<std::thread> pool;
+    for (std::size_t i = 0; i < docs.size(); ++i)
+        pool.emplace_back([&, i] {
+            counted[i] = counted_parse(target, docs[i]);
+            --waiting;
+            while (!go)
+                std::this_thread::yield();
+            for (int r = 0; r < reps; ++r) {
+                const std::unique_ptr<RUN> run = target.make(docs[i]);
+                const double start = thread_seconds();
+                counted[i] = run->parse() ? counted[i] : -2;
+                run->free();
+                cpu[i] += thread_seconds() - start;
+            }
+        });
+    while (waiting > 0)
+        std::this_thread::yield();
+    const double start = wall_seconds();
+    go = true;
+    for (std::thread& thread : pool)
+        thread.join();
+    const double seconds = wall_seconds() - start;
+    elements = *std::min_element(counted.begin(), counted.end());
+    if (!by_cpu)
+        return seconds / (threads * reps);
+    double total = 0;
+    for (const double c : cpu)
+        total += c;
+    return total / threads / reps / threads;
+}
+
 int measure(const std::string& mode, const TARGET& target, const char* path, int warmup, int reps)
 {
     DOC doc{path, {}};
@@ -125,6 +184,8 @@ int measure(const std::string& mode, const TARGET& target, const char* path, int
     } else if (mode == "memory") {
         value = peak_added(target, doc, elements);
         ok = value >= 0;
+    } else if (mode == "threads" || mode == "threads-cpu") {
+        value = threaded(target, doc, warmup, reps, mode == "threads-cpu", elements);
     } else {
         for (int i = 0; i < warmup; ++i)
             elements = counted_parse(target, doc);
@@ -243,7 +304,9 @@ public:
     // the allocator keeping freed memory (modes ending in "-kept").
     void print() const
     {
-        for (const char* setting : {"", "-kept"}) {
+        // Kept memory first: it times every library on its own work; glibc's
+        // defaults add the kernel's page faults of whoever gives memory back.
+        for (const char* setting : {"-kept", ""}) {
             if (!measured(std::string("steady") + setting))
                 continue;
             std::printf("\n### Ours against the peers, %s\n\n| | records | attribute-heavy | text-heavy |\n"
@@ -263,7 +326,8 @@ public:
             std::printf("\nCallgrind, records: %.1f instructions per byte in SAX mode (string source), %.1f for DOM "
                         "parse plus free.\n",
                         sax->value() / sax->bytes, dom->value() / dom->bytes);
-        for (const char* mode : {"steady", "steady-kept", "cold", "cold-kept", "memory"})
+        threads_table();
+        for (const char* mode : {"steady-kept", "cold-kept", "steady", "cold", "memory"})
             target_table(mode);
         std::printf("\nElements:");
         for (const auto& [shape, count] : elements)
@@ -314,6 +378,32 @@ private:
         std::printf("\n");
     }
 
+    // Aggregate throughput of one parser per core against one thread.
+    void threads_table() const
+    {
+        if (!measured("threads-many-kept"))
+            return;
+        std::printf("\nThreads, glibc keeping freed memory: one parser per thread on every core, each parsing its "
+                    "own copies of the document; aggregate MB/s over one thread's, by the wall clock and by each "
+                    "thread's CPU time (as if every thread had a core: what the threads cost each other)\n\n"
+                    "| | records | attribute-heavy | text-heavy |\n|---|---|---|---|\n");
+        for (const auto& [target, clock] : {std::pair{"vornxml_sax_string", ""},
+                                            {"vornxml_sax_string", "-cpu"},
+                                            {"vornxml_dom_string", ""},
+                                            {"vornxml_dom_string", "-cpu"}}) {
+            std::printf("| %s, %s |", target, *clock != 0 ? "CPU time" : "wall clock");
+            for (const char* shape : shape_names) {
+                const FIGURE* many = find(key(std::string("threads") + clock + "-many-kept", shape, target));
+                const FIGURE* one = find(key(std::string("threads") + clock + "-1-kept", shape, target));
+                if (many == nullptr || one == nullptr)
+                    std::printf(" - |");
+                else
+                    std::printf(" %.2f |", one->value() / many->value());
+            }
+            std::printf("\n");
+        }
+    }
+
     void target_table(const std::string& mode) const
     {
         if (!measured(mode))
@@ -351,7 +441,7 @@ int usage(const char* self)
 {
     std::fprintf(stderr,
                  "usage: %s generate DIR MB | list [trees] | steady TARGET FILE WARMUP REPS | cold TARGET FILE | "
-                 "memory TARGET FILE | report RESULTS\n",
+                 "memory TARGET FILE | threads[-cpu] TARGET FILE THREADS REPS | report RESULTS\n",
                  self);
     return 2;
 }
@@ -379,7 +469,7 @@ int main(int argc, char** argv)
         report.print();
         return 0;
     }
-    const bool steady = mode == "steady" && argc == 6;
+    const bool steady = (mode == "steady" || mode == "threads" || mode == "threads-cpu") && argc == 6;
     if (!steady && !((mode == "cold" || mode == "memory") && argc == 4))
         return usage(argv[0]);
     const TARGET* target = find_target(argv[2]);

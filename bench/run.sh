@@ -74,6 +74,21 @@ for ((round = 0; round < procs; ++round)); do
         done
     done
 done
+# Threads: one parser per thread on as many threads as cores, against one
+# thread, with kept memory; the two in turn, so that load falls on both.
+cores=$(nproc)
+for ((round = 0; round < procs; ++round)); do
+    for shape in "${shapes[@]}"; do
+        for target in vornxml_sax_string vornxml_dom_string; do
+            for clock in threads threads-cpu; do
+                measure $clock "$target" "$shape" kept 1 "$reps"
+                sed -i "\$ s/^$clock-kept /$clock-1-kept /" "$results"
+                measure $clock "$target" "$shape" kept "$cores" "$reps"
+                sed -i "\$ s/^$clock-kept /$clock-many-kept /" "$results"
+            done
+        done
+    done
+done
 for shape in "${shapes[@]}"; do
     for target in $("$bench" list trees); do
         measure memory "$target" "$shape" ""

@@ -7,6 +7,7 @@
 #define VORN_COMPANION_H
 
 #include <memory>
+#include <new>
 #include <string>
 
 #include "vorn_xml_export.h"
@@ -109,6 +110,20 @@ public:
     VORN_OBJ_LIST() = default;
     VORN_OBJ_LIST(const VORN_OBJ_LIST&) = delete;
     VORN_OBJ_LIST& operator=(const VORN_OBJ_LIST&) = delete;
+
+    // Object lists come out of large pages held per thread (a class derived
+    // from this one, of any size, too), and go back to their page on
+    // whichever thread deletes them.  Allocate them with `new` and free them
+    // with `delete` (never with the global forms).  Failure throws
+    // std::bad_alloc (the nothrow form gives null).
+    static void* operator new(std::size_t size);
+    static void* operator new(std::size_t size, std::align_val_t alignment);
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* block) noexcept;
+    static void operator delete(void* block, std::align_val_t alignment) noexcept;
+    static void operator delete(void* block, const std::nothrow_t&) noexcept;
+    static void operator delete(void*, void*) noexcept {}
 
     // Frees the entries; the objects they point to are left alone.
     virtual ~VORN_OBJ_LIST();

@@ -3,6 +3,7 @@
 #define VORN_XML_ATTRIB_H
 
 #include <map>
+#include <new>
 #include <string>
 
 #include "vorn_xml_export.h"
@@ -41,6 +42,20 @@ public:
     explicit VORN_XML_ATTRIB_LIST(const VORN_XML_ATTRIB_LIST& other);
     VORN_XML_ATTRIB_LIST& operator=(const VORN_XML_ATTRIB_LIST&) = delete;
     virtual ~VORN_XML_ATTRIB_LIST();
+
+    // Attribute lists come out of large pages held per thread (a class derived
+    // from this one, of any size, too), and go back to their page on
+    // whichever thread deletes them.  Allocate them with `new` and free them
+    // with `delete` (never with the global forms).  Failure throws
+    // std::bad_alloc (the nothrow form gives null).
+    static void* operator new(std::size_t size);
+    static void* operator new(std::size_t size, std::align_val_t alignment);
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* block) noexcept;
+    static void operator delete(void* block, std::align_val_t alignment) noexcept;
+    static void operator delete(void* block, const std::nothrow_t&) noexcept;
+    static void operator delete(void*, void*) noexcept {}
 
     // Gives `name` the value `value`.  A name already present in any letter
     // case keeps its stored spelling and gets the new value; otherwise the

@@ -2,6 +2,7 @@
 #ifndef VORN_XML_ELEMENT_H
 #define VORN_XML_ELEMENT_H
 
+#include <new>
 #include <string>
 
 #include "vorn_companion.h"
@@ -38,6 +39,20 @@ public:
     VORN_XML_ELEMENT(const std::string& name, VORN_XML_ATTRIB_LIST* attributes);
     VORN_XML_ELEMENT(const VORN_XML_ELEMENT&) = delete;
     VORN_XML_ELEMENT& operator=(const VORN_XML_ELEMENT&) = delete;
+
+    // Elements come out of large pages held per thread (a class derived
+    // from this one, of any size, too), and go back to their page on
+    // whichever thread deletes them.  Allocate them with `new` and free them
+    // with `delete` (never with the global forms).  Failure throws
+    // std::bad_alloc (the nothrow form gives null).
+    static void* operator new(std::size_t size);
+    static void* operator new(std::size_t size, std::align_val_t alignment);
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void* block) noexcept;
+    static void operator delete(void* block, std::align_val_t alignment) noexcept;
+    static void operator delete(void* block, const std::nothrow_t&) noexcept;
+    static void operator delete(void*, void*) noexcept {}
 
     // Deletes the attribute copy and the whole subtree, each element exactly
     // once through its virtual destructor, parents before their

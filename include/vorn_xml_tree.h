@@ -61,6 +61,14 @@ public:
 // Derive from it to process events as they come; call the base operations
 // to keep the tree building.
 //
+// Memory: elements, attribute lists and object lists come from pages of
+// 256 KiB that each thread takes as it needs them.  While a tree handler
+// lives on a thread, that thread keeps up to 8 empty pages for the next
+// tree; once the last one on the thread is destroyed (and on the thread's
+// exit), the thread keeps no page that holds no live object.  A handler
+// made on one thread and destroyed on another leaves the first thread
+// keeping its empty pages until that thread exits.
+//
 // Ownership: the handler owns the open elements and the root.  A new root
 // replaces the old one without deleting it: a host that reads several
 // documents with one handler takes each root with take_root_element().

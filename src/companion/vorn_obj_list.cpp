@@ -1,8 +1,22 @@
 #include "vorn_companion.h"
+#include "vorn_pages.h"
+
+namespace {
+
+// Entry arrays come from the thread's pages too: most lists are short and
+// die with their tree.
+constexpr std::size_t entry_size = sizeof(void*);  // an entry is one pointer
+
+VORN_OBJ** new_entries(long size)
+{
+    return static_cast<VORN_OBJ**>(vorn_pages::allocate(static_cast<std::size_t>(size) * entry_size));
+}
+
+}  // namespace
 
 VORN_OBJ_LIST::~VORN_OBJ_LIST()
 {
-    delete[] entries;
+    vorn_pages::release(entries);
 }
 
 void VORN_OBJ_LIST::add_object(VORN_OBJ* object)
@@ -11,10 +25,10 @@ void VORN_OBJ_LIST::add_object(VORN_OBJ* object)
         // The new array is filled before it replaces the old one, so a failed
         // allocation leaves the list as it was.
         const long grown = capacity == 0 ? 8 : capacity * 2;
-        auto** larger = new VORN_OBJ*[static_cast<unsigned long>(grown)];
+        VORN_OBJ** larger = new_entries(grown);
         for (long i = 0; i < count; ++i)
             larger[i] = entries[i];
-        delete[] entries;
+        vorn_pages::release(entries);
         entries = larger;
         capacity = grown;
     }
@@ -94,12 +108,12 @@ void VORN_OBJ_LIST::splice_front(VORN_OBJ_LIST& other)
     if (&other == this || other.count == 0)
         return;
     const long total = count + other.count;
-    auto** joined = new VORN_OBJ*[static_cast<unsigned long>(total > capacity ? total : capacity)];
+    VORN_OBJ** joined = new_entries(total > capacity ? total : capacity);
     for (long i = 0; i < other.count; ++i)
         joined[i] = other.entries[i];
     for (long i = 0; i < count; ++i)
         joined[other.count + i] = entries[i];
-    delete[] entries;
+    vorn_pages::release(entries);
     entries = joined;
     if (total > capacity)
         capacity = total;
@@ -108,4 +122,34 @@ void VORN_OBJ_LIST::splice_front(VORN_OBJ_LIST& other)
     count = total;
     other.count = 0;
     other.cursor = -1;
+}
+
+// Blocks from the thread's pages.
+void* VORN_OBJ_LIST::operator new(std::size_t size)
+{
+    return vorn_pages::allocate(size);
+}
+void* VORN_OBJ_LIST::operator new(std::size_t size, std::align_val_t alignment)
+{
+    return vorn_pages::allocate(size, static_cast<std::size_t>(alignment));
+}
+void* VORN_OBJ_LIST::operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    try {
+        return vorn_pages::allocate(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void VORN_OBJ_LIST::operator delete(void* block) noexcept
+{
+    vorn_pages::release(block);
+}
+void VORN_OBJ_LIST::operator delete(void* block, std::align_val_t) noexcept
+{
+    vorn_pages::release(block);
+}
+void VORN_OBJ_LIST::operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    vorn_pages::release(block);
 }

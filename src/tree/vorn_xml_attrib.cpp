@@ -1,4 +1,5 @@
 #include "vorn_xml_attrib.h"
+#include "../companion/vorn_pages.h"
 
 #include "../internal/vorn_xml_chars.h"
 
@@ -68,4 +69,34 @@ void VORN_XML_ATTRIB_LIST::clear_attribs()
 {
     attrib_map.clear();
     attrib_cursor = attrib_map.end();
+}
+
+// Blocks from the thread's pages.
+void* VORN_XML_ATTRIB_LIST::operator new(std::size_t size)
+{
+    return vorn_pages::allocate(size);
+}
+void* VORN_XML_ATTRIB_LIST::operator new(std::size_t size, std::align_val_t alignment)
+{
+    return vorn_pages::allocate(size, static_cast<std::size_t>(alignment));
+}
+void* VORN_XML_ATTRIB_LIST::operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    try {
+        return vorn_pages::allocate(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void VORN_XML_ATTRIB_LIST::operator delete(void* block) noexcept
+{
+    vorn_pages::release(block);
+}
+void VORN_XML_ATTRIB_LIST::operator delete(void* block, std::align_val_t) noexcept
+{
+    vorn_pages::release(block);
+}
+void VORN_XML_ATTRIB_LIST::operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    vorn_pages::release(block);
 }

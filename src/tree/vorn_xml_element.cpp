@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "../companion/vorn_pages.h"
 #include "vorn_xml_element.h"
 
 VORN_XML_ELEMENT::VORN_XML_ELEMENT(const std::string& name, VORN_XML_ATTRIB_LIST* attributes)
@@ -18,7 +19,7 @@ namespace {
 // The teardown under way on this thread: a stack of sub-element lists whose
 // elements are still to be deleted, chained through next_pending, each read
 // through its own cursor.  Null when no teardown runs.
-thread_local VORN_OBJ_LIST* pending_lists = nullptr;
+thread_local VORN_OBJ_LIST* pending_lists __attribute__((tls_model("initial-exec"))) = nullptr;
 
 }  // namespace
 
@@ -104,4 +105,34 @@ VORN_XML_ELEMENT* VORN_XML_ELEMENT::get_next_sub_element()
     if (subelement_list == nullptr)
         return nullptr;
     return static_cast<VORN_XML_ELEMENT*>(subelement_list->get_next_object());
+}
+
+// Blocks from the thread's pages.
+void* VORN_XML_ELEMENT::operator new(std::size_t size)
+{
+    return vorn_pages::allocate(size);
+}
+void* VORN_XML_ELEMENT::operator new(std::size_t size, std::align_val_t alignment)
+{
+    return vorn_pages::allocate(size, static_cast<std::size_t>(alignment));
+}
+void* VORN_XML_ELEMENT::operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    try {
+        return vorn_pages::allocate(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void VORN_XML_ELEMENT::operator delete(void* block) noexcept
+{
+    vorn_pages::release(block);
+}
+void VORN_XML_ELEMENT::operator delete(void* block, std::align_val_t) noexcept
+{
+    vorn_pages::release(block);
+}
+void VORN_XML_ELEMENT::operator delete(void* block, const std::nothrow_t&) noexcept
+{
+    vorn_pages::release(block);
 }

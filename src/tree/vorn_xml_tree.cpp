@@ -1,10 +1,12 @@
 #include <memory>
 
+#include "../companion/vorn_pages.h"
 #include "vorn_xml_tree.h"
 
 VORN_XML_SAX_TREE_HANDLER::VORN_XML_SAX_TREE_HANDLER()
     : root_element(nullptr), element_stack(new VORN_OBJ_LIST), event_listener(nullptr), DOM_mode(true)
 {
+    vorn_pages::handler_started();  // the thread keeps empty pages for the next tree
 }
 
 VORN_XML_SAX_TREE_HANDLER::~VORN_XML_SAX_TREE_HANDLER()
@@ -20,6 +22,7 @@ VORN_XML_SAX_TREE_HANDLER::~VORN_XML_SAX_TREE_HANDLER()
         delete root_element;
         root_element = nullptr;
     }
+    vorn_pages::handler_ended();
 }
 
 void VORN_XML_SAX_TREE_HANDLER::process_start_document()

@@ -5,6 +5,9 @@
 // test with ThreadSanitizer, which reports any unsynchronised shared access.
 #include <gtest/gtest.h>
 
+#include <condition_variable>
+#include <deque>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -63,6 +66,70 @@ TEST(Threads, ParsersOnSeveralThreadsGetTheSingleThreadedOutcome)
     for (std::thread& thread : threads)
         thread.join();
     EXPECT_EQ(mismatches, std::vector<int>(thread_count, 0));
+}
+
+// Trees built on some threads and freed on others, while the threads that
+// built them go on taking blocks from the same pages.
+TEST(Threads, TreesFreedOnAnotherThreadThanTheOneThatBuiltThem)
+{
+    const std::string declaration = "<?xml version=\"1.0\"?>\n";
+    std::vector<std::string> docs;
+    for (int i = 0; i < 4; ++i) {
+        std::string body;
+        for (int n = 0; n < 100 + 60 * i; ++n)
+            body += "<r id=\"" + std::to_string(n) + "\"><a>t" + std::to_string(i) + "</a><b/></r>";
+        docs.push_back(declaration + "<list>" + body + "</list>");
+    }
+    std::vector<std::string> expected;
+    for (const std::string& document : docs) {
+        VORN_XML_STRING_INPUT_SOURCE source(document);
+        VORN_XML_SAX_PARSER parser;
+        EXPECT_TRUE(parser.parse(&source));
+        expected.push_back(vorn_test::dump_tree(parser.get_tree_handler()->get_root_element()));
+    }
+
+    std::mutex mutex;
+    std::condition_variable ready;
+    std::deque<std::pair<std::size_t, VORN_XML_ELEMENT*>> queue;  // (document, tree)
+    constexpr int builders = 2;
+    constexpr int trees_each = 60;
+    int building = builders;
+    std::vector<int> mismatches(2, 0);
+    std::vector<std::thread> threads;
+    threads.reserve(builders + mismatches.size());
+    for (int b = 0; b < builders; ++b)
+        threads.emplace_back([&, b] {
+            VORN_XML_SAX_PARSER parser;  // one parser for all its documents
+            for (int k = 0; k < trees_each; ++k) {
+                const std::size_t d = static_cast<std::size_t>(k + b) % docs.size();
+                VORN_XML_STRING_INPUT_SOURCE source(docs[d]);
+                parser.parse(&source);
+                VORN_XML_ELEMENT* root = parser.get_tree_handler()->take_root_element();
+                const std::lock_guard<std::mutex> hold(mutex);
+                queue.emplace_back(d, root);
+                ready.notify_one();
+            }
+            const std::lock_guard<std::mutex> hold(mutex);
+            --building;
+            ready.notify_all();
+        });
+    for (int& wrong : mismatches)
+        threads.emplace_back([&] {
+            for (;;) {
+                std::unique_lock<std::mutex> hold(mutex);
+                ready.wait(hold, [&] { return !queue.empty() || building == 0; });
+                if (queue.empty())
+                    return;
+                const auto [d, root] = queue.front();
+                queue.pop_front();
+                hold.unlock();
+                wrong += vorn_test::dump_tree(root) == expected[d] ? 0 : 1;
+                delete root;
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(mismatches, std::vector<int>(2, 0));
 }
 
 }  // namespace
