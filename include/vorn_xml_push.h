@@ -65,7 +65,9 @@
 // Positions: line and column of the reading, of the current token and of a
 // failure are those of a VORN_XML_TRACKING_INPUT_SOURCE over the whole
 // document, available at every event (from the handler) and after each
-// feed(); counting costs one pass per piece.
+// feed().  Counting costs one pass over each piece, about a third more
+// time where the parse itself is quickest (long runs of text); a host that
+// does not want them says so when it makes the push parser.
 //
 // Ownership and threads: the host owns `parser`, its handler and the push
 // parser; `parser` must outlive the push parser and is not used for
@@ -89,8 +91,11 @@ public:
     static constexpr std::size_t stack_size = std::size_t{8} << 20;
 
     // Reads documents with `parser` (its handler, its DOM mode, its
-    // collector), which is not owned.  Nothing is read or reserved yet.
-    explicit VORN_XML_PUSH_PARSER(VORN_XML_SAX_PARSER& parser);
+    // collector), which is not owned.  With `count_positions` the lines and
+    // columns are counted (see Positions above); without, the position
+    // questions all answer line 0, column 0, offset 0.  Nothing is read or
+    // reserved yet.
+    explicit VORN_XML_PUSH_PARSER(VORN_XML_SAX_PARSER& parser, bool count_positions = true);
     VORN_XML_PUSH_PARSER(const VORN_XML_PUSH_PARSER&) = delete;
     VORN_XML_PUSH_PARSER& operator=(const VORN_XML_PUSH_PARSER&) = delete;
 

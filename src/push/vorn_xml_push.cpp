@@ -37,9 +37,10 @@ struct VORN_XML_PUSH_PARSER::STATE final : VORN_XML_PUSH_INPUT_SOURCE::WAITER {
     bool (*run)(void* parser, VORN_XML_SAX_INPUT_SOURCE* source);
     void* parser;
     VORN_XML_SAX_PARSER* dialect;
+    bool counting;  // positions are counted
 
     VORN_XML_PUSH_INPUT_SOURCE source{*this};
-    std::optional<VORN_XML_TRACKING_INPUT_SOURCE> tracking;  // what the parse reads
+    std::optional<VORN_XML_TRACKING_INPUT_SOURCE> tracking;  // over source, when counting
     std::unique_ptr<VORN_XML_FIBER> fiber;                   // made with the first document
 
     STATUS status = PUSH_MORE;
@@ -50,10 +51,11 @@ struct VORN_XML_PUSH_PARSER::STATE final : VORN_XML_PUSH_INPUT_SOURCE::WAITER {
     bool verdict = false;   // what the last parse returned
     std::exception_ptr thrown;
 
-    STATE(bool (*parse)(void*, VORN_XML_SAX_INPUT_SOURCE*), void* parser_object, VORN_XML_SAX_PARSER* dialect_parser)
-        : run(parse), parser(parser_object), dialect(dialect_parser)
+    STATE(bool (*parse)(void*, VORN_XML_SAX_INPUT_SOURCE*), void* parser_object, VORN_XML_SAX_PARSER* dialect_parser,
+          bool count_positions)
+        : run(parse), parser(parser_object), dialect(dialect_parser), counting(count_positions)
     {
-        tracking.emplace(source);
+        restart_counting();
     }
     STATE(const STATE&) = delete;
     STATE& operator=(const STATE&) = delete;
@@ -61,13 +63,36 @@ struct VORN_XML_PUSH_PARSER::STATE final : VORN_XML_PUSH_INPUT_SOURCE::WAITER {
 
     void wait_for_piece() override { fiber->suspend(); }
 
+    VORN_XML_SAX_INPUT_SOURCE* read_from()
+    {
+        if (tracking)
+            return &*tracking;
+        return &source;
+    }
+
+    // A count from the start, over what the source lends now.
+    void restart_counting()
+    {
+        if (counting)
+            tracking.emplace(source);
+    }
+
+    // A question about positions, or line 0, column 0 and offset 0 when
+    // they are not counted.
+    template <class ASK> VORN_XML_POSITION position(ASK ask) const
+    {
+        if (!tracking)
+            return VORN_XML_POSITION{0, 0, 0};
+        return ask(*tracking);
+    }
+
     // On the fiber: one parse per document, until told to quit.
     static void main(void* argument)
     {
         STATE& state = *static_cast<STATE*>(argument);
         while (!state.quit) {
             try {
-                state.verdict = state.run(state.parser, &*state.tracking);
+                state.verdict = state.run(state.parser, state.read_from());
             } catch (...) {
                 state.thrown = std::current_exception();
             }
@@ -82,7 +107,7 @@ struct VORN_XML_PUSH_PARSER::STATE final : VORN_XML_PUSH_INPUT_SOURCE::WAITER {
     {
         if (!fiber)
             fiber = std::make_unique<VORN_XML_FIBER>(&STATE::main, this, stack_size);
-        tracking.emplace(source);
+        restart_counting();
         started = true;
         in_parse = true;
     }
@@ -96,7 +121,8 @@ struct VORN_XML_PUSH_PARSER::STATE final : VORN_XML_PUSH_INPUT_SOURCE::WAITER {
         running = false;
         if (in_parse)
             return;
-        (void)tracking->get_reading_position();  // counts what the parse took since the last piece
+        if (tracking)
+            (void)tracking->get_reading_position();  // counts what the parse took since the last piece
         status = verdict ? PUSH_ACCEPTED : PUSH_FAILED;
         if (thrown) {
             status = PUSH_FAILED;
@@ -134,12 +160,12 @@ struct VORN_XML_PUSH_PARSER::STATE final : VORN_XML_PUSH_INPUT_SOURCE::WAITER {
     }
 };
 
-VORN_XML_PUSH_PARSER::VORN_XML_PUSH_PARSER(VORN_XML_SAX_PARSER& parser)
+VORN_XML_PUSH_PARSER::VORN_XML_PUSH_PARSER(VORN_XML_SAX_PARSER& parser, bool count_positions)
     : state_(std::make_unique<STATE>(
           [](void* object, VORN_XML_SAX_INPUT_SOURCE* source) {
               return static_cast<VORN_XML_SAX_PARSER*>(object)->parse(source);
           },
-          &parser, &parser))
+          &parser, &parser, count_positions))
 {
 }
 
@@ -200,7 +226,7 @@ void VORN_XML_PUSH_PARSER::reset()
         return;
     state.abandon();
     state.source.restart();
-    state.tracking.emplace(state.source);
+    state.restart_counting();
     state.status = PUSH_MORE;
     state.started = false;
     state.verdict = false;
@@ -208,20 +234,22 @@ void VORN_XML_PUSH_PARSER::reset()
 
 uint64_t VORN_XML_PUSH_PARSER::offset() const
 {
-    return state_->tracking->offset();
+    return state_->tracking ? state_->tracking->offset() : 0;
 }
 
 VORN_XML_POSITION VORN_XML_PUSH_PARSER::get_reading_position() const
 {
-    return state_->tracking->get_reading_position();
+    return state_->position([](const VORN_XML_TRACKING_INPUT_SOURCE& t) { return t.get_reading_position(); });
 }
 
 VORN_XML_POSITION VORN_XML_PUSH_PARSER::get_token_position() const
 {
-    return state_->tracking->get_token_position(*state_->dialect);
+    const VORN_XML_SAX_PARSER& parser = *state_->dialect;
+    return state_->position([&](const VORN_XML_TRACKING_INPUT_SOURCE& t) { return t.get_token_position(parser); });
 }
 
 VORN_XML_POSITION VORN_XML_PUSH_PARSER::get_failure_position() const
 {
-    return state_->tracking->get_failure_position(*state_->dialect);
+    const VORN_XML_SAX_PARSER& parser = *state_->dialect;
+    return state_->position([&](const VORN_XML_TRACKING_INPUT_SOURCE& t) { return t.get_failure_position(parser); });
 }
