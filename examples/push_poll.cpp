@@ -102,8 +102,8 @@ int main(int argc, char** argv)
                 std::cerr << input.name << ": " << std::strerror(errno) << "\n";
             // The bytes that arrived, or the end of the data (also after a
             // read error, which the parse then reports as a cut document).
-            const auto verdict = got > 0 ? input.push.feed(buffer.data(), static_cast<std::size_t>(got))
-                                         : input.push.finish();
+            const auto verdict =
+                got > 0 ? input.push.feed(buffer.data(), static_cast<std::size_t>(got)) : input.push.finish();
             if (verdict == VORN_XML_PUSH_PARSER::PUSH_MORE)
                 continue;
             status |= input.report();

@@ -62,9 +62,9 @@ std::string tree_of(VORN_XML_ELEMENT* root)
     std::string out;
     for (VORN_XML_TREE_WALK walk(root); walk.next();) {
         VORN_XML_ELEMENT* e = walk.get_element();
-        out += walk.is_entering() ? "<" + e->get_element_name() + attributes_text(e->attrib_list) + "#" +
-                                        e->get_element_data()
-                                  : std::string("/");
+        out += walk.is_entering()
+                   ? "<" + e->get_element_name() + attributes_text(e->attrib_list) + "#" + e->get_element_data()
+                   : std::string("/");
     }
     return out;
 }

@@ -95,8 +95,7 @@ void start_from_ucontext(unsigned high, unsigned low)
 }  // namespace
 #endif
 
-VORN_XML_FIBER::VORN_XML_FIBER(ENTRY entry, void* argument, std::size_t stack_size)
-    : entry_(entry), argument_(argument)
+VORN_XML_FIBER::VORN_XML_FIBER(ENTRY entry, void* argument, std::size_t stack_size) : entry_(entry), argument_(argument)
 {
     const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     stack_size_ = (stack_size + page - 1) / page * page;
@@ -115,13 +114,13 @@ VORN_XML_FIBER::VORN_XML_FIBER(ENTRY entry, void* argument, std::size_t stack_si
     // The first resume() pops six registers and returns into
     // vorn_xml_fiber_first, with r12 the fiber and r13 start().
     auto** frame = reinterpret_cast<void**>(stack_ + stack_size_ - 72);
-    frame[0] = nullptr;                                            // r15
-    frame[1] = nullptr;                                            // r14
-    frame[2] = reinterpret_cast<void*>(&VORN_XML_FIBER::start);    // r13
-    frame[3] = this;                                               // r12
-    frame[4] = nullptr;                                            // rbx
-    frame[5] = nullptr;                                            // rbp
-    frame[6] = reinterpret_cast<void*>(&vorn_xml_fiber_first);    // return address
+    frame[0] = nullptr;                                          // r15
+    frame[1] = nullptr;                                          // r14
+    frame[2] = reinterpret_cast<void*>(&VORN_XML_FIBER::start);  // r13
+    frame[3] = this;                                             // r12
+    frame[4] = nullptr;                                          // rbx
+    frame[5] = nullptr;                                          // rbp
+    frame[6] = reinterpret_cast<void*>(&vorn_xml_fiber_first);   // return address
     fiber_sp_ = frame;
 #else
     ::getcontext(&fiber_context_);

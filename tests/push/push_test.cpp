@@ -48,8 +48,8 @@ TEST(push, events_come_as_soon_as_their_bytes_have_arrived)
     EXPECT_EQ(p.handler.events, (std::vector<std::string>{"start-document", "start a {x=1}"}));
     EXPECT_EQ(p.push.get_reading_position().column, 36u);
     EXPECT_EQ(p.feed("xt</"), PUSH::PUSH_MORE);
-    EXPECT_EQ(p.handler.events, (std::vector<std::string>{"start-document", "start a {x=1}", "start b {}", "end b",
-                                                          "chars text"}));
+    EXPECT_EQ(p.handler.events,
+              (std::vector<std::string>{"start-document", "start a {x=1}", "start b {}", "end b", "chars text"}));
     EXPECT_EQ(p.feed("a>"), PUSH::PUSH_MORE);
     EXPECT_EQ(p.handler.events.size(), 5u);  // what follows the end tag is not known yet
     EXPECT_EQ(p.push.finish(), PUSH::PUSH_ACCEPTED);
@@ -184,8 +184,8 @@ TEST(push, calls_from_the_handler_are_refused)
     const std::string doc = DECL + "<a/>";
     EXPECT_EQ(push.feed(doc.data(), doc.size()), PUSH::PUSH_MORE);
     EXPECT_EQ(push.finish(), PUSH::PUSH_ACCEPTED);
-    EXPECT_EQ(handler.answers, (std::vector<PUSH::STATUS>{PUSH::PUSH_REFUSED, PUSH::PUSH_REFUSED,
-                                                           static_cast<PUSH::STATUS>(26)}));
+    EXPECT_EQ(handler.answers,
+              (std::vector<PUSH::STATUS>{PUSH::PUSH_REFUSED, PUSH::PUSH_REFUSED, static_cast<PUSH::STATUS>(26)}));
 }
 
 TEST(push, a_path_handler_counts_matches_of_a_document_fed_in_pieces)
