@@ -79,10 +79,11 @@ int main(int argc, char** argv)
         ::fcntl(input->fd, F_SETFL, ::fcntl(input->fd, F_GETFL) | O_NONBLOCK);
 
     int status = 0;
-    std::vector<char> buffer(64 * 1024);
+    std::vector<char> buffer(std::size_t{64} * 1024);
     std::size_t open = inputs.size();
     while (open > 0) {
         std::vector<pollfd> watched;
+        watched.reserve(inputs.size());
         for (const auto& input : inputs)
             watched.push_back({input->fd, POLLIN, 0});  // fd -1 once done: poll skips it
         if (::poll(watched.data(), watched.size(), -1) < 0) {
