@@ -242,14 +242,20 @@ VORN_XML_POSITION VORN_XML_PUSH_PARSER::get_reading_position() const
     return state_->position([](const VORN_XML_TRACKING_INPUT_SOURCE& t) { return t.get_reading_position(); });
 }
 
+// Token and failure positions are worked out from the dialect parser's
+// reading state; a parse by any other parser is placed where it reads.
 VORN_XML_POSITION VORN_XML_PUSH_PARSER::get_token_position() const
 {
-    const VORN_XML_SAX_PARSER& parser = *state_->dialect;
-    return state_->position([&](const VORN_XML_TRACKING_INPUT_SOURCE& t) { return t.get_token_position(parser); });
+    const VORN_XML_SAX_PARSER* parser = state_->dialect;
+    return state_->position([&](const VORN_XML_TRACKING_INPUT_SOURCE& t) {
+        return parser != nullptr ? t.get_token_position(*parser) : t.get_reading_position();
+    });
 }
 
 VORN_XML_POSITION VORN_XML_PUSH_PARSER::get_failure_position() const
 {
-    const VORN_XML_SAX_PARSER& parser = *state_->dialect;
-    return state_->position([&](const VORN_XML_TRACKING_INPUT_SOURCE& t) { return t.get_failure_position(parser); });
+    const VORN_XML_SAX_PARSER* parser = state_->dialect;
+    return state_->position([&](const VORN_XML_TRACKING_INPUT_SOURCE& t) {
+        return parser != nullptr ? t.get_failure_position(*parser) : t.get_reading_position();
+    });
 }
