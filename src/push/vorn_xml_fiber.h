@@ -73,12 +73,13 @@ private:
 #endif
     // What the sanitizers need: the stack the fiber was resumed from, and the
     // fake stacks kept while each side is away.
-    const void* caller_bottom_ = nullptr;
-    std::size_t caller_size_ = 0;
-    void* caller_fake_stack_ = nullptr;
-    void* fiber_fake_stack_ = nullptr;
-    void* tsan_fiber_ = nullptr;
-    void* tsan_caller_ = nullptr;
+    // (Used only in builds with those sanitizers.)
+    [[maybe_unused]] const void* caller_bottom_ = nullptr;
+    [[maybe_unused]] std::size_t caller_size_ = 0;
+    [[maybe_unused]] void* caller_fake_stack_ = nullptr;
+    [[maybe_unused]] void* fiber_fake_stack_ = nullptr;
+    [[maybe_unused]] void* tsan_fiber_ = nullptr;
+    [[maybe_unused]] void* tsan_caller_ = nullptr;
 };
 
 #endif
