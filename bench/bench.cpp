@@ -259,6 +259,9 @@ const ROW rows[] = {
     {"DOM parse+free / tinyxml2, cold", "cold", "vornxml_dom_string", "tinyxml2"},
     {"DOM parse+free / pugixml", "steady", "vornxml_dom_string", "pugixml"},
     {"DOM file source / string source", "steady", "vornxml_dom_file", "vornxml_dom_string"},
+    {"SAX pushed in 64 KiB pieces / string source", "steady", "vornxml_sax_push", "vornxml_sax_string"},
+    {"DOM pushed in 64 KiB pieces / string source", "steady", "vornxml_dom_push", "vornxml_dom_string"},
+    {"SAX pushed byte by byte / string source", "steady", "vornxml_sax_push_bytes", "vornxml_sax_string"},
     {"peak memory with the tree alive / tinyxml2", "memory", "vornxml_dom_file", "tinyxml2"},
     {"the same, string source / tinyxml2", "memory", "vornxml_dom_string", "tinyxml2"},
 };

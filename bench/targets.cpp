@@ -70,6 +70,44 @@ private:
     START_COUNTER counter;
 };
 
+// This library's push parser, fed the document in memory in pieces of
+// PIECE bytes, as a host's event loop would hand them over; SAX or DOM as
+// above; counting lines and columns or not (the sources above do not).
+template <std::size_t PIECE, bool DOM, bool COUNT = false> class VORN_PUSH_RUN : public RUN {
+public:
+    explicit VORN_PUSH_RUN(const DOC& doc) : text(doc.text) {}
+    bool parse() override
+    {
+        parser = std::make_unique<VORN_XML_SAX_PARSER>();
+        if (!DOM) {
+            parser->enable_DOM_mode(false);
+            parser->get_tree_handler()->set_event_listener(&counter);
+        }
+        push = std::make_unique<VORN_XML_PUSH_PARSER>(*parser, COUNT);
+        for (std::size_t at = 0; at < text.size(); at += PIECE) {
+            const std::size_t size = text.size() - at < PIECE ? text.size() - at : PIECE;
+            if (push->feed(text.data() + at, size) != VORN_XML_PUSH_PARSER::PUSH_MORE)
+                return false;
+        }
+        return push->finish() == VORN_XML_PUSH_PARSER::PUSH_ACCEPTED;
+    }
+    long elements() const override
+    {
+        return DOM ? count_tree(parser->get_tree_handler()->get_root_element()) : counter.elements;
+    }
+    void free() override
+    {
+        push.reset();
+        parser.reset();
+    }
+
+private:
+    const std::string& text;
+    std::unique_ptr<VORN_XML_SAX_PARSER> parser;
+    std::unique_ptr<VORN_XML_PUSH_PARSER> push;
+    START_COUNTER counter;
+};
+
 template <class R> std::unique_ptr<RUN> make(const DOC& doc)
 {
     return std::make_unique<R>(doc);
@@ -214,6 +252,10 @@ const TARGET targets[] = {
     {"vornxml_sax_file", false, make<VORN_RUN<true, false>>},
     {"vornxml_dom_string", true, make<VORN_RUN<false, true>>},
     {"vornxml_dom_file", true, make<VORN_RUN<true, true>>},
+    {"vornxml_sax_push", false, make<VORN_PUSH_RUN<std::size_t{64} * 1024, false>>},
+    {"vornxml_dom_push", true, make<VORN_PUSH_RUN<std::size_t{64} * 1024, true>>},
+    {"vornxml_sax_push_bytes", false, make<VORN_PUSH_RUN<1, false>>},
+    {"vornxml_sax_push_counted", false, make<VORN_PUSH_RUN<std::size_t{64} * 1024, false, true>>},
     {"expat", false, make<EXPAT_RUN>},
     {"libxml2_sax2", false, make<LIBXML2_SAX2_RUN>},
     {"libxml2_dom", true, make<TREE_RUN<LIBXML2_DOC, load_libxml2, count_libxml2_doc>>},

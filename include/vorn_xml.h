@@ -11,6 +11,7 @@
 //   vorn_xml_parser.h   the parser
 //   vorn_xml_limits.h   limits for hostile input, and the parser that keeps them
 //   vorn_xml_position.h line and column of a failure
+//   vorn_xml_push.h     the push parser: documents that arrive in pieces
 //   vorn_xml_writer.h   writing a tree back as a document
 //   vorn_xml_walk.h     walking a tree without cursors; sub-elements by name
 //   vorn_xml_path.h     finding elements by path, in a tree or a stream
@@ -29,6 +30,7 @@
 #include "vorn_xml_parser.h"
 #include "vorn_xml_path.h"
 #include "vorn_xml_position.h"
+#include "vorn_xml_push.h"
 #include "vorn_xml_stream.h"
 #include "vorn_xml_tree.h"
 #include "vorn_xml_version.h"

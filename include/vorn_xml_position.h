@@ -189,7 +189,7 @@ private:
 
     // Which of the kinds read in bulk the inner source is exactly; OTHER for
     // any other, whose every byte is counted as it is delivered.
-    enum class INNER_KIND : uint8_t { OTHER, STRING, FILE, STREAM };
+    enum class INNER_KIND : uint8_t { OTHER, STRING, FILE, STREAM, PUSH };
 
     void catch_up() const;  // counts [counted_, where the inner source stands)
     void look_again();      // after the inner source delivered through a call

@@ -6,7 +6,9 @@
 # default 40) from there: the parse target; the equivalence target, which
 # compares bulk reading of the library's sources with one character at a
 # time, on inputs long enough to cross the file source's chunks; the writer's
-# round trip (parse, write, parse again: the same tree); then the path
+# round trip (parse, write, parse again: the same tree); the split target,
+# which feeds each input to the push parser in pieces cut at random points
+# and byte by byte and compares with the whole; then the path
 # compiler, briefly (VORNXML_PATH_FUZZ_SECONDS, default 20).  Any crash,
 # leak, sanitizer report or broken invariant fails the stage.
 set -euo pipefail
@@ -25,13 +27,14 @@ if ! command -v clang++ >/dev/null 2>&1 ||
 fi
 
 build_in build-fuzz --target vornxml_parse_fuzzer --target vornxml_equivalence_fuzzer \
-    --target vornxml_path_fuzzer --target vornxml_roundtrip_fuzzer -DCMAKE_CXX_COMPILER=clang++ -DVORNXML_BUILD_FUZZ=ON -DVORNXML_BUILD_TESTS=OFF \
+    --target vornxml_path_fuzzer --target vornxml_roundtrip_fuzzer --target vornxml_split_fuzzer -DCMAKE_CXX_COMPILER=clang++ -DVORNXML_BUILD_FUZZ=ON -DVORNXML_BUILD_TESTS=OFF \
     -DVORNXML_BUILD_BENCH=OFF -DVORNXML_BUILD_TOOLS=OFF -DVORNXML_BUILD_EXAMPLES=OFF
 
 # New inputs go to a scratch folder; the committed corpora stay as they are.
 # Each entry: target, longest input, length control, seed folder, seconds.
 for target in parse:4096:100:corpus:$seconds equivalence:12000:0:corpus:$seconds \
-              roundtrip:4096:100:corpus:$seconds path:4096:100:path_corpus:${VORNXML_PATH_FUZZ_SECONDS:-20}; do
+              roundtrip:4096:100:corpus:$seconds split:4096:100:corpus:$seconds \
+              path:4096:100:path_corpus:${VORNXML_PATH_FUZZ_SECONDS:-20}; do
     IFS=: read -r name max_len len_control seeds time <<<"$target"
     mkdir -p "$probe/$name/corpus" "$probe/$name/artifacts" "fuzz/corpora/$name"
     fuzzer=build-fuzz/fuzz/vornxml_${name}_fuzzer

@@ -2,7 +2,8 @@
 # Installs into a temporary prefix, builds a host program against it twice
 # (CMake's find_package and pkg-config) and runs it, runs the installed tool,
 # builds the host once more with the project added by add_subdirectory.  The
-# Debian packages have a stage of their own (65-packages).
+# push parser's example is built against the installed library too, and run.
+# The Debian packages have a stage of their own (65-packages).
 set -euo pipefail
 source "$VORNXML_ROOT/scripts/lib/build.sh"
 cd "$VORNXML_ROOT"
@@ -56,6 +57,15 @@ check_consumer "$work/with-cmake/consumer"
 c++ -std=c++17 tests/install/consumer/consumer.cpp -o "$work/with-pkg-config" \
     $(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --cflags --libs vornxml)
 check_consumer "$work/with-pkg-config"
+
+# The push parser's example, built against the installed library, reads a
+# pipe that delivers the document in pieces.
+# shellcheck disable=SC2046
+c++ -std=c++17 examples/push_poll.cpp -o "$work/push_poll" \
+    $(PKG_CONFIG_PATH="$prefix/lib/pkgconfig" pkg-config --cflags --libs vornxml)
+out=$( (head -c 300 examples/catalog.xml; sleep 0.2; tail -c +301 examples/catalog.xml) |
+    LD_LIBRARY_PATH="$prefix/lib" "$work/push_poll")
+[ "$out" = "<stdin>: 17 elements" ] || { echo "install: push_poll wrote: $out"; exit 1; }
 
 "$prefix/bin/vornxml" --quiet examples/catalog.xml
 # The man page is made from the help text: every option of --help is in it.

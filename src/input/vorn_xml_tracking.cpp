@@ -27,6 +27,9 @@ VORN_XML_TRACKING_INPUT_SOURCE::VORN_XML_TRACKING_INPUT_SOURCE(VORN_XML_SAX_INPU
     } else if (type == &typeid(VORN_XML_STREAM_INPUT_SOURCE)) {
         kind_ = INNER_KIND::STREAM;
         position_ = reinterpret_cast<const uint32_t*>(&static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(source).buffer_pos);
+    } else if (type == &typeid(VORN_XML_PUSH_INPUT_SOURCE)) {  // a push parser's own (vorn_xml_push.h)
+        kind_ = INNER_KIND::PUSH;
+        position_ = &static_cast<VORN_XML_PUSH_INPUT_SOURCE&>(source).piece_pos;
     }
     look_again();
 }
@@ -53,6 +56,12 @@ void VORN_XML_TRACKING_INPUT_SOURCE::look_again()
         const auto& inner = static_cast<const VORN_XML_STREAM_INPUT_SOURCE&>(*count_.inner);
         base_ = inner.buffer.get();
         VORN_XML_WINDOW_OF<VORN_XML_STREAM_INPUT_SOURCE>::bytes(inner, next, end_);
+        break;
+    }
+    case INNER_KIND::PUSH: {
+        const auto& inner = static_cast<const VORN_XML_PUSH_INPUT_SOURCE&>(*count_.inner);
+        base_ = inner.piece;
+        VORN_XML_WINDOW_OF<VORN_XML_PUSH_INPUT_SOURCE>::bytes(inner, next, end_);
         break;
     }
     case INNER_KIND::OTHER: base_ = end_ = nullptr; break;

@@ -36,6 +36,7 @@
 
 #include "vorn_xml_input.h"
 #include "vorn_xml_position.h"
+#include "vorn_xml_push_source.h"
 #include "vorn_xml_stream.h"
 
 // How a kind of source shows its window and records a bulk delivery:
@@ -110,6 +111,25 @@ template <> struct VORN_XML_WINDOW_OF<VORN_XML_STREAM_INPUT_SOURCE> {
     static void consume(VORN_XML_STREAM_INPUT_SOURCE& source, const char* to, std::size_t count)
     {
         source.buffer_pos += static_cast<int32_t>(count);
+        source.last_char = to[-1];
+    }
+};
+
+template <> struct VORN_XML_WINDOW_OF<VORN_XML_PUSH_INPUT_SOURCE> {
+    static void bytes(const VORN_XML_PUSH_INPUT_SOURCE& source, const char*& next, const char*& end)
+    {
+        // The rest of the piece the host lent; a used-up piece means waiting
+        // for the next one, which only get_next_char() does.
+        if (source.last_char == -1 || source.piece_pos >= source.piece_count) {
+            next = end = source.piece;
+            return;
+        }
+        next = source.piece + source.piece_pos;
+        end = source.piece + source.piece_count;
+    }
+    static void consume(VORN_XML_PUSH_INPUT_SOURCE& source, const char* to, std::size_t count)
+    {
+        source.piece_pos += static_cast<uint32_t>(count);
         source.last_char = to[-1];
     }
 };
@@ -224,6 +244,9 @@ template <class READ> inline void vorn_xml_with_window(VORN_XML_SAX_INPUT_SOURCE
     } else if (type == &typeid(VORN_XML_STREAM_INPUT_SOURCE)) {
         VORN_XML_WINDOW<VORN_XML_STREAM_INPUT_SOURCE> window(static_cast<VORN_XML_STREAM_INPUT_SOURCE&>(*shown),
                                                              source);
+        read(window);
+    } else if (type == &typeid(VORN_XML_PUSH_INPUT_SOURCE)) {
+        VORN_XML_WINDOW<VORN_XML_PUSH_INPUT_SOURCE> window(static_cast<VORN_XML_PUSH_INPUT_SOURCE&>(*shown), source);
         read(window);
     } else if (type == &typeid(VORN_XML_COUNTING_INPUT_SOURCE)) {  // never a tracking source's inner source
         vorn_xml_with_counting_window(static_cast<VORN_XML_COUNTING_INPUT_SOURCE&>(source), read);

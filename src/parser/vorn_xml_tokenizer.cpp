@@ -195,6 +195,7 @@ template <class WINDOW> void VORN_XML_SAX_PARSER::read_token(WINDOW& window)
 template void VORN_XML_SAX_PARSER::read_token(VORN_XML_WINDOW<VORN_XML_STRING_INPUT_SOURCE>&);
 template void VORN_XML_SAX_PARSER::read_token(VORN_XML_WINDOW<VORN_XML_FILE_INPUT_SOURCE>&);
 template void VORN_XML_SAX_PARSER::read_token(VORN_XML_WINDOW<VORN_XML_STREAM_INPUT_SOURCE>&);
+template void VORN_XML_SAX_PARSER::read_token(VORN_XML_WINDOW<VORN_XML_PUSH_INPUT_SOURCE>&);
 
 // From the "!" of "<!" to the character after the comment's end, which it
 // returns (end of input when the comment is not closed).

@@ -5,6 +5,7 @@
 // test with ThreadSanitizer, which reports any unsynchronised shared access.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -17,13 +18,23 @@
 namespace {
 
 // The verdict, the messages, the tree and the tree written back, read
-// through a string source, alone (`counted` false) or in a counting source.
-std::string parse(const std::string& document, bool counted)
+// through a string source, alone (`counted` false) or in a counting source;
+// or pushed in pieces of 5 bytes (`pushed`: each push parser runs the parse
+// on a stack of its own, switched to and from on this thread).
+std::string parse(const std::string& document, bool counted, bool pushed = false)
 {
     VORN_XML_STRING_INPUT_SOURCE inner(document);
     VORN_XML_COUNTING_INPUT_SOURCE outer(inner);
     VORN_XML_SAX_PARSER parser;
-    std::string out = parser.parse(counted ? static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&outer) : &inner) ? "ok" : "no";
+    std::string out;
+    if (pushed) {
+        VORN_XML_PUSH_PARSER push(parser, counted);
+        for (std::size_t at = 0; at < document.size(); at += 5)
+            push.feed(document.data() + at, std::min<std::size_t>(5, document.size() - at));
+        out = push.finish() == VORN_XML_PUSH_PARSER::PUSH_ACCEPTED ? "ok" : "no";
+    } else {
+        out = parser.parse(counted ? static_cast<VORN_XML_SAX_INPUT_SOURCE*>(&outer) : &inner) ? "ok" : "no";
+    }
     for (const std::string& message : vorn_test::error_messages(parser.get_error_handler()))
         out += "\n" + message;
     VORN_XML_ELEMENT* root = parser.get_tree_handler()->get_root_element();
@@ -59,8 +70,10 @@ TEST(Threads, ParsersOnSeveralThreadsGetTheSingleThreadedOutcome)
             // work overlaps.
             for (std::size_t k = 0; k < 2 * docs.size(); ++k) {
                 const std::size_t d = (k + 3 * t) % docs.size();
-                for (const bool counted : {false, true})
+                for (const bool counted : {false, true}) {
                     mismatches[t] += parse(docs[d], counted) == expected[2 * d + (counted ? 1 : 0)] ? 0 : 1;
+                    mismatches[t] += parse(docs[d], counted, true) == expected[2 * d] ? 0 : 1;
+                }
             }
         });
     for (std::thread& thread : threads)

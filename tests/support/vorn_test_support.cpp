@@ -120,6 +120,43 @@ template <class WRAPPER> OUTCOME parse_through(WRAPPER& source, std::string& pla
     return out;
 }
 
+// The document fed to a push parser in pieces whose sizes are taken from
+// `sizes` in turn (none: the whole at once); `places` as parse_through()
+// gives them.
+OUTCOME parse_pushed(const std::string& document, const std::vector<std::size_t>& sizes, std::string& places)
+{
+    RECORDING_HANDLER handler;
+    VORN_XML_SAX_PARSER parser;
+    parser.set_tree_handler(&handler);
+    VORN_XML_PUSH_PARSER push(parser);
+    auto status = VORN_XML_PUSH_PARSER::PUSH_MORE;
+    for (std::size_t at = 0, k = 0; at < document.size() && status == VORN_XML_PUSH_PARSER::PUSH_MORE;) {
+        const std::size_t size =
+            sizes.empty() ? document.size() : std::min(sizes[k++ % sizes.size()], document.size() - at);
+        status = push.feed(document.data() + at, size);
+        at += size;
+    }
+    if (status == VORN_XML_PUSH_PARSER::PUSH_MORE) {
+        status = push.finish();
+    } else {  // ended by a byte 0xFF or a failure: nothing more is read
+        EXPECT_EQ(push.feed("<", 1), VORN_XML_PUSH_PARSER::PUSH_REFUSED);
+        EXPECT_EQ(push.finish(), status);
+    }
+    EXPECT_EQ(push.get_status(), status);
+    OUTCOME out;
+    out.ok = status == VORN_XML_PUSH_PARSER::PUSH_ACCEPTED;
+    out.errors = error_messages(parser.get_error_handler());
+    out.events = handler.events;
+    out.tree = dump_tree(handler.get_root_element());
+    out.end_text = handler.end_document_text;
+    if (!out.ok)
+        out.at = place(push.get_failure_position());
+    const VORN_XML_POSITION reading = push.get_reading_position();
+    places = place(reading) + "@" + std::to_string(reading.offset) + " " + place(push.get_token_position()) + " " +
+             place(push.get_failure_position());
+    return out;
+}
+
 }  // namespace
 
 OUTCOME parse_all_ways(const std::string& document)
@@ -149,6 +186,26 @@ OUTCOME parse_all_ways(const std::string& document)
         EXPECT_EQ(std::tie(tracked.ok, tracked.errors, tracked.events, tracked.tree, tracked_places),
                   std::tie(out.ok, out.errors, out.events, out.tree, places));
         EXPECT_EQ(tracked.end_text, "");
+        if (inner == &from_string) {
+            // Pushed whole, byte by byte and in pieces of 2 to 7 bytes: the
+            // same again, and nothing kept for process_end_document.
+            // Long documents (the hostile ones) in pieces of 4093 bytes and
+            // of 7 and 65521 in turn: the cost per byte is the same, but a
+            // stack switch per byte is slow under the sanitizers.
+            const bool long_one = document.size() > 16384;
+            const std::vector<std::vector<std::size_t>> splits =
+                long_one ? std::vector<std::vector<std::size_t>>{{}, {4093}, {7, 65521}}
+                         : std::vector<std::vector<std::size_t>>{{}, {1}, {2, 3, 4, 5, 6, 7}};
+            for (const std::vector<std::size_t>& sizes : splits) {
+                SCOPED_TRACE("pushed in pieces of " + std::to_string(sizes.empty() ? document.size() : sizes[0]) +
+                             (sizes.size() > 1 ? " and more" : ""));
+                std::string pushed_places;
+                const OUTCOME pushed = parse_pushed(document, sizes, pushed_places);
+                EXPECT_EQ(std::tie(pushed.ok, pushed.errors, pushed.events, pushed.tree, pushed.at, pushed_places),
+                          std::tie(out.ok, out.errors, out.events, out.tree, out.at, places));
+                EXPECT_EQ(pushed.end_text, "");
+            }
+        }
         if (inner != &from_string) {
             // Once the string source has handed over the whole document, the
             // file and byte sources hand over the same (the streaming source
