@@ -13,6 +13,7 @@
 //   vorn_xml_writer.h   writing a tree back as a document
 //   vorn_xml_walk.h     walking a tree without cursors; sub-elements by name
 //   vorn_xml_path.h     finding elements by path, in a tree or a stream
+//   vorn_xml_standard.h reading standard XML 1.0 beside the dialect
 #ifndef VORN_XML_H
 #define VORN_XML_H
 
@@ -28,6 +29,7 @@
 #include "vorn_xml_parser.h"
 #include "vorn_xml_path.h"
 #include "vorn_xml_position.h"
+#include "vorn_xml_standard.h"
 #include "vorn_xml_stream.h"
 #include "vorn_xml_tree.h"
 #include "vorn_xml_walk.h"
