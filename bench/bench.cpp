@@ -200,6 +200,9 @@ const ROW rows[] = {
     {"DOM file source / string source", "steady", "vornxml_dom_file", "vornxml_dom_string"},
     {"peak memory with the tree alive / tinyxml2", "memory", "vornxml_dom_file", "tinyxml2"},
     {"the same, string source / tinyxml2", "memory", "vornxml_dom_string", "tinyxml2"},
+    {"standard XML SAX / libxml2 SAX2", "steady", "vornxml_standard_sax_string", "libxml2_sax2"},
+    {"standard XML SAX / expat", "steady", "vornxml_standard_sax_string", "expat"},
+    {"standard XML DOM / the dialect's DOM", "steady", "vornxml_standard_dom_string", "vornxml_dom_string"},
 };
 
 // A time figure whose processes differ by more than this is shown with its

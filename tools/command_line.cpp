@@ -76,6 +76,10 @@ int read_command_line(int argc, char** argv, COMMAND& command)
             select_given = true;
             continue;
         }
+        if (!options_done && arg == "--standard") {
+            command.standard = true;
+            continue;
+        }
         if (!options_done && arg == "--count") {
             count = true;
             continue;

@@ -83,6 +83,7 @@ using MODE_MAKER = std::function<std::unique_ptr<DOCUMENT_MODE>()>;
 struct COMMAND {
     MODE_MAKER make_mode = make_tree_mode;
     std::vector<std::string> files;
+    bool standard = false;  // --standard: read standard XML 1.0
 };
 
 // Reads the arguments into `command`.  Returns -1 to go on and read the
@@ -103,9 +104,9 @@ void put_line(std::string line);
 
 // Reads the document at `path` ("-" is standard input) with a mode made by
 // `make_mode` and reports on it; `several` heads the output with the file
-// name.  Returns the exit status for this file: 0 read, 1 refused or not
+// name; `standard` reads standard XML 1.0 instead of the dialect.  Returns the exit status for this file: 0 read, 1 refused or not
 // printable, 2 unreadable.
-int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several);
+int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several, bool standard);
 
 }  // namespace vornxml_tool
 
