@@ -14,6 +14,8 @@
 //   vorn_xml_walk.h     walking a tree without cursors; sub-elements by name
 //   vorn_xml_path.h     finding elements by path, in a tree or a stream
 //   vorn_xml_standard.h reading standard XML 1.0 beside the dialect
+//   vorn_xml_standard_writer.h  writing a tree as standard XML 1.0
+//   vorn_xml_canonical.h        a document in canonical form, as it is read
 #ifndef VORN_XML_H
 #define VORN_XML_H
 
@@ -23,6 +25,7 @@
 
 #include "vorn_companion.h"
 #include "vorn_xml_attrib.h"
+#include "vorn_xml_canonical.h"
 #include "vorn_xml_element.h"
 #include "vorn_xml_errors.h"
 #include "vorn_xml_input.h"
@@ -30,6 +33,7 @@
 #include "vorn_xml_path.h"
 #include "vorn_xml_position.h"
 #include "vorn_xml_standard.h"
+#include "vorn_xml_standard_writer.h"
 #include "vorn_xml_stream.h"
 #include "vorn_xml_tree.h"
 #include "vorn_xml_walk.h"
