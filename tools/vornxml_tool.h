@@ -7,6 +7,7 @@
 //   mode_tree.cpp          the default: print each element tree
 //   mode_events.cpp        --events: print events as they come
 //   mode_format.cpp        --format: write the document back, indented
+//   mode_canonical.cpp     --canonical: the canonical form, as it is read
 //   mode_quiet.cpp         --quiet: the exit status alone
 //   mode_select.cpp        --select PATH: the elements a path selects
 //
@@ -66,10 +67,13 @@ public:
 std::unique_ptr<DOCUMENT_MODE> make_tree_mode();
 std::unique_ptr<DOCUMENT_MODE> make_events_mode();
 std::unique_ptr<DOCUMENT_MODE> make_format_mode();
+std::unique_ptr<DOCUMENT_MODE> make_standard_format_mode();
+std::unique_ptr<DOCUMENT_MODE> make_canonical_mode();
 std::unique_ptr<DOCUMENT_MODE> make_quiet_mode();
 
-// How --select shows what it found.
-enum class SELECT_OUTPUT { TREE, FORMAT, COUNT };
+// How --select shows what it found (FORMAT writes for the dialect,
+// STANDARD_FORMAT standard XML).
+enum class SELECT_OUTPUT { TREE, FORMAT, STANDARD_FORMAT, COUNT };
 
 // --select: the elements `path` selects, read from the document (a relative
 // path as if it began with "/"), shown as `output` says.  The path must be

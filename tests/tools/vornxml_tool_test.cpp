@@ -85,4 +85,51 @@ TEST(tool, exact_runs)
     }
 }
 
+// Standard XML written: the canonical form, and --format whose output
+// reads back to the same tree, here and in libxml2.
+TEST(tool, standard_output)
+{
+    const std::string head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    const struct {
+        std::string args, input;
+        int status;
+        std::string out;
+    } cases[] = {
+        {"--canonical -",
+         "<?xml version='1.0'?><!DOCTYPE a [<!ATTLIST a d CDATA 'x'>]><a z='&#9;' b='&lt;'>\r\n"
+         "<e/><!--c--><?p  d?>&amp;\"</a>",
+         0, "<a b=\"&lt;\" d=\"x\" z=\"&#9;\">&#10;<e></e><?p d?>&amp;&quot;</a>"},
+        {"--canonical -", "<a>&undeclared;</a>", 1, ""},
+        {"--canonical --select //a -", "<a/>", 2, ""},
+        {"--standard --format -", "<r:x q='\"&amp;&lt;'>one<b>&#13;</b>two</r:x>", 0,
+         head + "<r:x q=\"&quot;&amp;&lt;\">onetwo<b>&#13;</b></r:x>\n"},
+        {"--standard --select //b --format -", "<a><b x='&apos;'>&lt;</b></a>", 0, head + "<b x=\"'\">&lt;</b>\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args);
+        const RUN run = tool(c.args, c.input);
+        EXPECT_EQ(run.status, c.status);
+        EXPECT_EQ(run.out, c.out);
+        EXPECT_EQ(run.err.empty(), c.status == 0) << run.err;
+    }
+
+    const std::string documents[] = {
+        "<?xml version='1.0' encoding='ISO-8859-1'?><caf\xE9 a='1&#10;2'>\xE9t\xE9 <i>&lt;b&gt;</i> &amp; "
+        "fin</caf\xE9>",
+        "<!DOCTYPE d [<!ENTITY e '<x y=\"&#38;#34;\">in</x>'>]><d>&e;&e;<![CDATA[ ]]>]]&gt;<z/>  </d>",
+    };
+    const bool have_xmllint = std::system("xmllint --version >/dev/null 2>&1") == 0;
+    for (const std::string& document : documents) {
+        SCOPED_TRACE(document);
+        const RUN formatted = tool("--standard --format -", document);
+        ASSERT_EQ(formatted.status, 0) << formatted.err;
+        EXPECT_EQ(tool("--standard -", formatted.out).out, tool("--standard -", document).out);
+        if (have_xmllint) {
+            vorn_test::TEMP_DIR dir;
+            const std::string command = "xmllint --noout --nonet '" + dir.write("formatted.xml", formatted.out) + "'";
+            EXPECT_EQ(std::system(command.c_str()), 0) << formatted.out;
+        }
+    }
+}
+
 }  // namespace
