@@ -4,8 +4,10 @@
 # parse target, and the equivalence target, which compares bulk reading of
 # the library's sources with one character at a time, on inputs long enough
 # to cross the file source's chunks; then the path compiler, briefly
-# (VORNXML_PATH_FUZZ_SECONDS, default 20).  Any crash, leak, sanitizer report
-# or broken invariant fails the stage.
+# (VORNXML_PATH_FUZZ_SECONDS, default 20); then the standard reader's target
+# and its comparison with expat (VORNXML_STANDARD_FUZZ_SECONDS each, default
+# 30), from their own seeds and dictionary.  Any crash, leak, sanitizer
+# report, broken invariant or difference from expat fails the stage.
 set -euo pipefail
 source "$VORNXML_ROOT/scripts/lib/build.sh"
 cd "$VORNXML_ROOT"
@@ -22,16 +24,21 @@ if ! command -v clang++ >/dev/null 2>&1 ||
 fi
 
 build_in build-fuzz --target vornxml_parse_fuzzer --target vornxml_equivalence_fuzzer \
-    --target vornxml_path_fuzzer -DCMAKE_CXX_COMPILER=clang++ -DVORNXML_BUILD_FUZZ=ON -DVORNXML_BUILD_TESTS=OFF \
+    --target vornxml_path_fuzzer --target vornxml_standard_fuzzer --target vornxml_standard_expat_fuzzer \
+    -DCMAKE_CXX_COMPILER=clang++ -DVORNXML_BUILD_FUZZ=ON -DVORNXML_BUILD_TESTS=OFF \
     -DVORNXML_BUILD_BENCH=OFF -DVORNXML_BUILD_TOOLS=OFF -DVORNXML_BUILD_EXAMPLES=OFF
 
 # New inputs go to a scratch folder; the committed seeds stay as they are.
-# Each entry: target, longest input, length control, seed folder, seconds.
-for target in parse:4096:100:corpus:$seconds equivalence:12000:0:corpus:$seconds \
-              path:4096:100:path_corpus:${VORNXML_PATH_FUZZ_SECONDS:-20}; do
-    IFS=: read -r name max_len len_control seeds time <<<"$target"
+# Each entry: target, longest input, length control, seed folder, seconds,
+# dictionary.
+standard_seconds=${VORNXML_STANDARD_FUZZ_SECONDS:-30}
+for target in parse:4096:100:corpus:$seconds:vornxml equivalence:12000:0:corpus:$seconds:vornxml \
+              path:4096:100:path_corpus:${VORNXML_PATH_FUZZ_SECONDS:-20}:vornxml \
+              standard:4096:100:standard_corpus:$standard_seconds:standard \
+              standard_expat:4096:100:standard_corpus:$standard_seconds:standard; do
+    IFS=: read -r name max_len len_control seeds time dict <<<"$target"
     mkdir -p "$probe/$name/corpus" "$probe/$name/artifacts"
-    if ! "build-fuzz/fuzz/vornxml_${name}_fuzzer" -dict=fuzz/vornxml.dict -max_total_time="$time" \
+    if ! "build-fuzz/fuzz/vornxml_${name}_fuzzer" -dict="fuzz/$dict.dict" -max_total_time="$time" \
             -max_len="$max_len" -len_control="$len_control" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \
             -artifact_prefix="$probe/$name/artifacts/" "$probe/$name/corpus" "fuzz/$seeds" > "$probe/log" 2>&1; then
         grep -v '^#' "$probe/log" | tail -60
