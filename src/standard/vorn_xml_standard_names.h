@@ -89,7 +89,10 @@ inline const char* name_end(const char* p)
 }
 
 // The end of the name token (Nmtoken) that starts at p; p when none.
-inline const char* nmtoken_end(const char* p) { return name_chars_end(p); }
+inline const char* nmtoken_end(const char* p)
+{
+    return name_chars_end(p);
+}
 
 }  // namespace vorn_standard
 

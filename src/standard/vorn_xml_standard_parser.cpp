@@ -56,7 +56,10 @@ void VORN_XML_STANDARD_HANDLER::process_attributes(const std::string& element,
     (void)attributes;
 }
 
-void VORN_XML_STANDARD_HANDLER::process_comment(const std::string& text) { (void)text; }
+void VORN_XML_STANDARD_HANDLER::process_comment(const std::string& text)
+{
+    (void)text;
+}
 
 void VORN_XML_STANDARD_HANDLER::process_processing_instruction(const std::string& target, const std::string& data)
 {

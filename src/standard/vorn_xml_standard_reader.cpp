@@ -8,6 +8,12 @@
 #include "vorn_xml_standard_reader.h"
 
 #include <cstring>
+#include <tuple>
+#include <utility>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+#include <typeinfo>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -30,6 +36,31 @@ struct TEXT_STOPS {
 };
 constexpr TEXT_STOPS text_stops;
 
+// The first of < & ] or the end's NUL from p on; `end` is the NUL.  Sixteen
+// bytes at a time while they lie before the end.
+inline const char* text_stop(const char* p, const char* end)
+{
+#ifdef __SSE2__
+    const __m128i lt = _mm_set1_epi8('<');
+    const __m128i amp = _mm_set1_epi8('&');
+    const __m128i bracket = _mm_set1_epi8(']');
+    while (end - p >= 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i hit =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, lt), _mm_cmpeq_epi8(v, amp)), _mm_cmpeq_epi8(v, bracket));
+        const int mask = _mm_movemask_epi8(hit);
+        if (mask != 0)
+            return p + __builtin_ctz(static_cast<unsigned>(mask));
+        p += 16;
+    }
+#else
+    (void)end;
+#endif
+    while (!text_stops.stop[static_cast<unsigned char>(*p)])
+        ++p;
+    return p;
+}
+
 // Bytes that end the plain part of an attribute value.
 struct VALUE_STOPS {
     bool stop[256] = {};
@@ -41,7 +72,10 @@ struct VALUE_STOPS {
 };
 constexpr VALUE_STOPS value_stops;
 
-inline bool is_space(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; }
+inline bool is_space(char c)
+{
+    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
+}
 
 void append_utf8(std::string& out, uint32_t c)
 {
@@ -100,6 +134,7 @@ struct ATTRIBUTE_DECL {
 
 // An entity being read: where to go on when its text ends.
 struct FRAME {
+    const char* at;        // the reference
     const char* back;      // the position after the reference
     const char* back_end;  // the end of the text the reference is in
     ENTITY* entity;
@@ -107,8 +142,8 @@ struct FRAME {
 };
 
 struct OPEN_ELEMENT {
-    const char* name;
-    std::size_t length;
+    const char* name = nullptr;
+    std::size_t length = 0;
 };
 
 }  // namespace
@@ -165,10 +200,16 @@ private:
     bool processing_instruction();
     bool cdata_section();
     bool leave_entity();
-    bool attribute_value(std::string& out, bool in_declaration);
+    // With `view`, a value that needs no rewriting is left in the text and
+    // *view and *view_length set to it; otherwise it goes into `out`.
+    bool attribute_value(std::string& out, bool in_declaration, const char** view = nullptr,
+                         std::size_t* view_length = nullptr);
     bool expand_in_attribute(ENTITY& entity, std::string& out, const char* at, const std::string& name,
                              bool in_declaration);
-    bool deliver_start(const char* name, std::size_t length, std::size_t count);
+    bool deliver_start(const char* at, const char* name, std::size_t length, std::size_t count);
+    std::size_t apply_declarations(std::size_t count);
+    bool names_clash(const char* at, std::size_t first_clash);
+    void end_element();
     void flush_run();
 
     // -- the DOCTYPE
@@ -183,6 +224,8 @@ private:
 
     VORN_XML_SAX_TREE_HANDLER& handler;
     VORN_XML_STANDARD_HANDLER* standard_handler = nullptr;
+    bool default_handler = false;  // exactly a VORN_XML_STANDARD_HANDLER
+    bool fast_tree = false;        // and in DOM mode without a listener
     uint64_t limit;
     uint64_t expanded = 0;
 
@@ -201,10 +244,22 @@ private:
     };
     std::vector<OWN_TEXT> texts;
     void end_own_text();
-    std::string run;                 // character data not delivered yet
+    std::string run;  // character data not delivered yet
     std::string name_buffer;
     std::string key;
 
+    // The attributes of the tag being read, as they stand in the text (or
+    // in scratch), and made into strings when a handler or the internal
+    // subset needs them.
+    struct RAW_ATTRIBUTE {
+        const char* name = nullptr;
+        std::size_t name_length = 0;
+        const char* value = nullptr;
+        std::size_t value_length = 0;
+    };
+    std::vector<RAW_ATTRIBUTE> raw;
+    std::vector<std::string> scratch;
+    void make_strings(std::size_t count);
     std::vector<VORN_XML_STANDARD_ATTRIBUTE> attributes;
     std::size_t attribute_count = 0;
     std::unordered_set<std::string> seen_names;
@@ -241,7 +296,7 @@ public:
 bool STANDARD_READER::STATE::fail(const char* at, const std::string& why)
 {
     if (!frames.empty())
-        at = frames.front().back;  // inside an entity: at its outermost reference
+        at = frames.front().at;  // inside an entity: at its outermost reference
     if (!attribute_frames.empty())
         at = attribute_frames.front().at;
     if (at == text_end && !decode_fault.empty())
@@ -339,6 +394,8 @@ bool STANDARD_READER::STATE::enter(ENTITY& entity, const char* at, const std::st
 bool STANDARD_READER::STATE::read(const DOCUMENT_TEXT& text)
 {
     standard_handler = dynamic_cast<VORN_XML_STANDARD_HANDLER*>(&handler);
+    default_handler = typeid(handler) == typeid(VORN_XML_STANDARD_HANDLER);
+    fast_tree = default_handler && handler.DOM_mode && handler.event_listener == nullptr;
     begin = p = text.text;
     text_end = end = text.text + text.size;
     decode_fault = text.fault;
@@ -395,8 +452,7 @@ bool STANDARD_READER::STATE::read(const DOCUMENT_TEXT& text)
             // A run of character data up to the next < & ] or the end.
             const char* from = p;
             for (;;) {
-                while (!text_stops.stop[static_cast<unsigned char>(*p)])
-                    ++p;
+                p = text_stop(p, end);
                 if (*p == ']') {
                     if (p[1] == ']' && p[2] == '>')
                         return fail_here("\"]]>\" in character data");
@@ -432,13 +488,14 @@ bool STANDARD_READER::STATE::xml_declaration()
     ++p;
     skip_space();
     std::string value;
+    const char* value_at = p;
     if (!read_quoted(value, "version"))
         return false;
     bool good = value.size() >= 3 && value[0] == '1' && value[1] == '.';
     for (std::size_t i = 2; good && i < value.size(); ++i)
         good = value[i] >= '0' && value[i] <= '9';
     if (!good)
-        return fail_here("version \"" + value + "\" is not XML 1.x");
+        return fail(value_at, "version \"" + value + "\" is not XML 1.x");
     bool space = skip_space();
     if (literal("encoding")) {
         if (!space)
@@ -485,10 +542,17 @@ void STANDARD_READER::STATE::flush_run()
 {
     if (run.empty())
         return;
-    if (standard_handler != nullptr)
+    if (fast_tree) {
+        auto* element = static_cast<VORN_XML_ELEMENT*>(handler.element_stack->get_last_object());
+        if (element->element_data.empty())
+            element->element_data.swap(run);
+        else
+            element->element_data.append(run);
+    } else if (standard_handler != nullptr) {
         handler.process_characters(run);
-    else
+    } else {
         texts[open.size() - 1].text.append(run);
+    }
     run.clear();
 }
 
@@ -496,8 +560,8 @@ bool STANDARD_READER::STATE::start_tag()
 {
     const char* at = p;
     ++p;
-    const char* name;
-    std::size_t length;
+    const char* name = nullptr;
+    std::size_t length = 0;
     if (!read_name(name, length, "a start tag"))
         return false;
     std::size_t count = 0;
@@ -514,9 +578,10 @@ bool STANDARD_READER::STATE::start_tag()
             break;
         }
         if (!space)
-            return *p == '\0' ? unexpected("a start tag") : fail_here("white space, \">\" or \"/>\" expected in a start tag");
-        const char* attribute;
-        std::size_t attribute_length;
+            return *p == '\0' ? unexpected("a start tag")
+                              : fail_here("white space, \">\" or \"/>\" expected in a start tag");
+        const char* attribute = nullptr;
+        std::size_t attribute_length = 0;
         if (!read_name(attribute, attribute_length, "a start tag"))
             return false;
         skip_space();
@@ -524,134 +589,186 @@ bool STANDARD_READER::STATE::start_tag()
             return *p == '\0' ? unexpected("a start tag") : fail_here("\"=\" expected after an attribute name");
         ++p;
         skip_space();
-        if (count == attributes.size())
-            attributes.emplace_back();
-        VORN_XML_STANDARD_ATTRIBUTE& slot = attributes[count];
-        slot.name.assign(attribute, attribute_length);
-        slot.specified = true;
-        if (!attribute_value(slot.value, false))
+        if (count == raw.size()) {
+            raw.emplace_back();
+            scratch.emplace_back();
+        }
+        RAW_ATTRIBUTE& slot = raw[count];
+        slot.name = attribute;
+        slot.name_length = attribute_length;
+        slot.value = nullptr;
+        if (!attribute_value(scratch[count], false, &slot.value, &slot.value_length))
             return false;
         ++count;
     }
+    // Values that had to be rewritten lie in scratch, which no longer grows.
+    for (std::size_t i = 0; i < count; ++i)
+        if (raw[i].value == nullptr) {
+            raw[i].value = scratch[i].data();
+            raw[i].value_length = scratch[i].size();
+        }
     flush_run();
-    (void)at;
-    if (!deliver_start(name, length, count))
+    if (!deliver_start(at, name, length, count))
         return false;
-    if (empty) {
-        name_buffer.assign(name, length);
-        if (standard_handler == nullptr)
-            end_own_text();
-        open.pop_back();
-        handler.process_end_element(name_buffer);
-        if (open.empty() && frames.empty())
-            root_done = true;
-    }
+    if (empty)
+        end_element();
     return true;
 }
 
-bool STANDARD_READER::STATE::deliver_start(const char* name, std::size_t length, std::size_t count)
+// Adds the defaults the internal subset declares for the element in
+// name_buffer and normalises the values of attributes declared other than
+// CDATA; returns the new count.
+std::size_t STANDARD_READER::STATE::apply_declarations(std::size_t count)
 {
-    name_buffer.assign(name, length);
-    // Defaults from the internal subset, and normalisation of declared types.
-    if (any_attlist) {
-        key.assign(name, length);
-        const auto found = attlists.find(key);
-        if (found != attlists.end()) {
-            for (const ATTRIBUTE_DECL& declared : found->second) {
-                std::size_t i = 0;
-                while (i < count && attributes[i].name != declared.name)
-                    ++i;
-                if (i < count) {
-                    if (!declared.cdata) {
-                        std::string& value = attributes[i].value;
-                        std::size_t out = 0;
-                        for (std::size_t k = 0; k < value.size(); ++k)
-                            if (value[k] != ' ' || (out > 0 && value[out - 1] != ' '))
-                                value[out++] = value[k];
-                        if (out > 0 && value[out - 1] == ' ')
-                            --out;
-                        value.resize(out);
-                    }
-                } else if (declared.has_default) {
-                    if (count == attributes.size())
-                        attributes.emplace_back();
-                    attributes[count].name = declared.name;
-                    attributes[count].value = declared.value;
-                    attributes[count].specified = false;
-                    ++count;
-                }
+    key.assign(name_buffer);
+    const auto found = attlists.find(key);
+    if (found == attlists.end())
+        return count;
+    for (const ATTRIBUTE_DECL& declared : found->second) {
+        std::size_t i = 0;
+        while (i < count && attributes[i].name != declared.name)
+            ++i;
+        if (i < count) {
+            if (!declared.cdata) {
+                std::string& value = attributes[i].value;
+                std::size_t out = 0;
+                for (std::size_t k = 0; k < value.size(); ++k)
+                    if (value[k] != ' ' || (out > 0 && value[out - 1] != ' '))
+                        value[out++] = value[k];
+                if (out > 0 && value[out - 1] == ' ')
+                    --out;
+                value.resize(out);
             }
+        } else if (declared.has_default) {
+            if (count == attributes.size())
+                attributes.emplace_back();
+            attributes[count].name = declared.name;
+            attributes[count].value = declared.value;
+            attributes[count].specified = false;
+            ++count;
         }
     }
-    // The list the tree handler gets; a repeated name is refused.
+    return count;
+}
+
+// Two names of the tag fell on one entry of an attribute list: a repeated
+// attribute is a fault; names that differ only in letter case are one for
+// the tree, a fault when a tree is built.  False after a fault.
+bool STANDARD_READER::STATE::names_clash(const char* at, std::size_t first_clash)
+{
+    seen_names.clear();
+    for (const VORN_XML_STANDARD_ATTRIBUTE& a : attributes)
+        if (!seen_names.insert(a.name).second)
+            return fail(at, "attribute '" + a.name + "' is repeated in <" + name_buffer + ">");
+    if (!handler.DOM_mode)
+        return true;
+    const auto folded = [](std::string name) {
+        for (char& c : name)
+            c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+        return name;
+    };
+    const std::string& second = attributes[first_clash].name;
+    std::string first;
+    for (std::size_t i = 0; i < first_clash && first.empty(); ++i)
+        if (folded(attributes[i].name) == folded(second))
+            first = attributes[i].name;
+    if (standard_handler != nullptr)
+        standard_handler->process_attributes(name_buffer, attributes);
+    return fail(at, "attributes '" + first + "' and '" + second + "' of <" + name_buffer +
+                        "> differ only in letter case: the element tree cannot hold both (read without "
+                        "building the tree to see both)");
+}
+
+void STANDARD_READER::STATE::make_strings(std::size_t count)
+{
+    attributes.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        attributes[i].name.assign(raw[i].name, raw[i].name_length);
+        attributes[i].value.assign(raw[i].value, raw[i].value_length);
+        attributes[i].specified = true;
+    }
+}
+
+bool STANDARD_READER::STATE::deliver_start(const char* at, const char* name, std::size_t length, std::size_t count)
+{
+    name_buffer.assign(name, length);
+    const bool strings = any_attlist || (standard_handler != nullptr && !default_handler);
+    if (strings) {
+        make_strings(count);
+        if (any_attlist) {
+            count = apply_declarations(count);
+            attributes.resize(count);
+            if (raw.size() < count)
+                raw.resize(count);
+            for (std::size_t i = 0; i < count; ++i)
+                raw[i] = RAW_ATTRIBUTE{attributes[i].name.data(), attributes[i].name.size(), attributes[i].value.data(),
+                                       attributes[i].value.size()};
+        }
+    }
+    std::size_t clash = count;
+    if (fast_tree) {
+        // The default handler in DOM mode without a listener: the element
+        // is made here with the attribute list it keeps, as the handler
+        // would make it, without a copy of the list.
+        std::unique_ptr<VORN_XML_ELEMENT> element(new VORN_XML_ELEMENT(name_buffer, nullptr));
+        element->attrib_list = new VORN_XML_ATTRIB_LIST;
+        VORN_XML_ATTRIB_LIST::MAP& map = element->attrib_list->attrib_map;
+        for (std::size_t i = 0; i < count; ++i) {
+            const RAW_ATTRIBUTE& a = raw[i];
+            if (!map.emplace(std::piecewise_construct, std::forward_as_tuple(a.name, a.name_length),
+                             std::forward_as_tuple(a.value, a.value_length))
+                     .second &&
+                clash == count)
+                clash = i;
+        }
+        element->attrib_list->attrib_cursor = map.end();
+        if (clash != count) {
+            if (!strings)
+                make_strings(count);
+            if (!names_clash(at, clash))
+                return false;
+        }
+        handler.element_stack->add_object(element.get());
+        (void)element.release();
+        open.push_back(OPEN_ELEMENT{name, length});
+        root_seen = true;
+        return true;
+    }
+    // The list the handler gets, its entries reused from tag to tag.
     if (list == nullptr)
         list = new VORN_XML_ATTRIB_LIST;
     VORN_XML_ATTRIB_LIST::MAP& map = list->attrib_map;
     while (!map.empty())
         spare.push_back(map.extract(map.begin()));
-    bool clash = false;
-    std::size_t case_clash = count;
     for (std::size_t i = 0; i < count; ++i) {
-        VORN_XML_STANDARD_ATTRIBUTE& a = attributes[i];
+        const RAW_ATTRIBUTE& a = raw[i];
         bool inserted;
         if (!spare.empty()) {
             VORN_XML_ATTRIB_LIST::MAP::node_type node = std::move(spare.back());
             spare.pop_back();
-            node.key() = a.name;
-            node.mapped() = a.value;
+            node.key().assign(a.name, a.name_length);
+            node.mapped().assign(a.value, a.value_length);
             auto result = map.insert(std::move(node));
             inserted = result.inserted;
             if (!inserted)
                 spare.push_back(std::move(result.node));
         } else {
-            inserted = map.emplace(a.name, a.value).second;
+            inserted = map.emplace(std::piecewise_construct, std::forward_as_tuple(a.name, a.name_length),
+                                   std::forward_as_tuple(a.value, a.value_length))
+                           .second;
         }
-        if (!inserted) {
-            clash = true;
-            if (case_clash == count)
-                case_clash = i;
-        }
+        if (!inserted && clash == count)
+            clash = i;
     }
     list->attrib_cursor = map.end();
-    if (clash) {
-        seen_names.clear();
-        for (std::size_t i = 0; i < count; ++i)
-            if (!seen_names.insert(attributes[i].name).second)
-                return fail_here("attribute '" + attributes[i].name + "' is repeated in <" + name_buffer + ">");
-        // Only letter case tells the names apart.
-        if (handler.DOM_mode) {
-            std::string other;
-            for (std::size_t i = 0; i < case_clash; ++i) {
-                std::string a = attributes[i].name;
-                std::string b = attributes[case_clash].name;
-                for (char& c : a)
-                    c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
-                for (char& c : b)
-                    c = (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
-                if (a == b)
-                    other = attributes[i].name;
-            }
-            if (standard_handler != nullptr) {
-                attributes.resize(std::max(attributes.size(), count));
-                std::vector<VORN_XML_STANDARD_ATTRIBUTE> shown(attributes.begin(),
-                                                               attributes.begin() + static_cast<long>(count));
-                standard_handler->process_attributes(name_buffer, shown);
-            }
-            return fail_here("attributes '" + other + "' and '" + attributes[case_clash].name + "' of <" +
-                             name_buffer +
-                             "> differ only in letter case: the element tree cannot hold both (read without "
-                             "building the tree to see both)");
-        }
+    if (clash != count) {
+        if (!strings)
+            make_strings(count);
+        if (!names_clash(at, clash))
+            return false;
     }
-    if (standard_handler != nullptr) {
-        if (attributes.size() != count) {
-            std::vector<VORN_XML_STANDARD_ATTRIBUTE> shown(attributes.begin(),
-                                                           attributes.begin() + static_cast<long>(count));
-            standard_handler->process_attributes(name_buffer, shown);
-        } else {
-            standard_handler->process_attributes(name_buffer, attributes);
-        }
-    }
+    if (standard_handler != nullptr && !default_handler)
+        standard_handler->process_attributes(name_buffer, attributes);
     open.push_back(OPEN_ELEMENT{name, length});
     if (standard_handler == nullptr) {
         if (open.size() > 1)
@@ -663,6 +780,8 @@ bool STANDARD_READER::STATE::deliver_start(const char* name, std::size_t length,
     }
     root_seen = true;
     handler.process_start_element(name_buffer, list);
+    if (list == nullptr)
+        list = new VORN_XML_ATTRIB_LIST;  // a listener took it over
     return true;
 }
 
@@ -681,12 +800,47 @@ void STANDARD_READER::STATE::end_own_text()
     own.text.clear();
 }
 
+// The end of the innermost element; the run before it is delivered.
+void STANDARD_READER::STATE::end_element()
+{
+    if (fast_tree) {
+        // As the default handler's process_end_element().
+        VORN_OBJ_LIST& stack = *handler.element_stack;
+        auto* closed = static_cast<VORN_XML_ELEMENT*>(stack.get_last_object());
+        std::string& data = closed->element_data;
+        if (closed->subelement_list != nullptr && !data.empty()) {
+            bool white = true;
+            for (const char c : data)
+                white = white && is_space(c);
+            if (white)
+                data.clear();
+        }
+        if (stack.get_count() > 1) {
+            static_cast<VORN_XML_ELEMENT*>(stack.get_object_before_last())->add_sub_element(closed);
+            stack.remove_last_object();
+        } else {
+            stack.remove_last_object();
+            handler.root_element = closed;
+        }
+        open.pop_back();
+    } else {
+        const OPEN_ELEMENT& e = open.back();
+        name_buffer.assign(e.name, e.length);
+        if (standard_handler == nullptr)
+            end_own_text();
+        open.pop_back();
+        handler.process_end_element(name_buffer);
+    }
+    if (open.empty() && frames.empty())
+        root_done = true;
+}
+
 bool STANDARD_READER::STATE::end_tag()
 {
     const char* at = p;
     p += 2;
-    const char* name;
-    std::size_t length;
+    const char* name = nullptr;
+    std::size_t length = 0;
     if (!read_name(name, length, "an end tag"))
         return false;
     skip_space();
@@ -697,16 +851,10 @@ bool STANDARD_READER::STATE::end_tag()
         return fail(at, "end tag </" + std::string(name, length) + "> without a start tag");
     const OPEN_ELEMENT& e = open.back();
     if (e.length != length || std::memcmp(e.name, name, length) != 0)
-        return fail(at, "end tag </" + std::string(name, length) + "> does not match <" + std::string(e.name, e.length) +
-                            ">");
+        return fail(at, "end tag </" + std::string(name, length) + "> does not match <" +
+                            std::string(e.name, e.length) + ">");
     flush_run();
-    name_buffer.assign(name, length);
-    if (standard_handler == nullptr)
-        end_own_text();
-    open.pop_back();
-    handler.process_end_element(name_buffer);
-    if (open.empty() && frames.empty())
-        root_done = true;
+    end_element();
     return true;
 }
 
@@ -714,15 +862,15 @@ bool STANDARD_READER::STATE::reference_in_content()
 {
     const char* at = p;
     if (p[1] == '#') {
-        uint32_t c;
+        uint32_t c = 0;
         if (!read_char_ref(c))
             return false;
         append_utf8(run, c);
         return true;
     }
     ++p;
-    const char* name;
-    std::size_t length;
+    const char* name = nullptr;
+    std::size_t length = 0;
     if (!read_name(name, length, "an entity reference"))
         return false;
     if (*p != ';')
@@ -754,7 +902,7 @@ bool STANDARD_READER::STATE::reference_in_content()
         return true;  // never read
     if (!enter(entity, at, key))
         return false;
-    frames.push_back(FRAME{p, end, &entity, open.size()});
+    frames.push_back(FRAME{at, p, end, &entity, open.size()});
     p = entity.value.c_str();
     end = p + entity.value.size();
     return true;
@@ -804,8 +952,8 @@ bool STANDARD_READER::STATE::processing_instruction()
 {
     const char* at = p;
     p += 2;
-    const char* name;
-    std::size_t length;
+    const char* name = nullptr;
+    std::size_t length = 0;
     if (!read_name(name, length, "a processing instruction"))
         return false;
     if (length == 3 && (name[0] | 0x20) == 'x' && (name[1] | 0x20) == 'm' && (name[2] | 0x20) == 'l')
@@ -858,7 +1006,8 @@ bool STANDARD_READER::STATE::cdata_section()
 }
 
 // An attribute value with p on its quote, normalised into `out`.
-bool STANDARD_READER::STATE::attribute_value(std::string& out, bool in_declaration)
+bool STANDARD_READER::STATE::attribute_value(std::string& out, bool in_declaration, const char** view,
+                                             std::size_t* view_length)
 {
     const char quote = *p;
     if (quote != '"' && quote != '\'')
@@ -867,7 +1016,12 @@ bool STANDARD_READER::STATE::attribute_value(std::string& out, bool in_declarati
     while (!value_stops.stop[static_cast<unsigned char>(*p)])
         ++p;
     if (*p == quote) {
-        out.assign(from, p);
+        if (view != nullptr) {
+            *view = from;
+            *view_length = static_cast<std::size_t>(p - from);
+        } else {
+            out.assign(from, p);
+        }
         ++p;
         return true;
     }
@@ -879,10 +1033,8 @@ bool STANDARD_READER::STATE::attribute_value(std::string& out, bool in_declarati
             return true;
         }
         switch (c) {
-        case '\0':
-            return unexpected("an attribute value");
-        case '<':
-            return fail_here("\"<\" in an attribute value");
+        case '\0': return unexpected("an attribute value");
+        case '<': return fail_here("\"<\" in an attribute value");
         case '\t':
         case '\n':
         case '\r':
@@ -892,15 +1044,15 @@ bool STANDARD_READER::STATE::attribute_value(std::string& out, bool in_declarati
         case '&': {
             const char* at = p;
             if (p[1] == '#') {
-                uint32_t ch;
+                uint32_t ch = 0;
                 if (!read_char_ref(ch))
                     return false;
                 append_utf8(out, ch);
                 break;
             }
             ++p;
-            const char* name;
-            std::size_t length;
+            const char* name = nullptr;
+            std::size_t length = 0;
             if (!read_name(name, length, "an entity reference"))
                 return false;
             if (*p != ';')
@@ -971,7 +1123,7 @@ bool STANDARD_READER::STATE::expand_in_attribute(ENTITY& entity, std::string& ou
             p = q;
             end = nullptr;
             if (q[1] == '#') {
-                uint32_t ch;
+                uint32_t ch = 0;
                 good = read_char_ref(ch);
                 if (good)
                     append_utf8(out, ch);
@@ -979,8 +1131,8 @@ bool STANDARD_READER::STATE::expand_in_attribute(ENTITY& entity, std::string& ou
                 continue;
             }
             ++p;
-            const char* ref;
-            std::size_t length;
+            const char* ref = nullptr;
+            std::size_t length = 0;
             good = read_name(ref, length, "an entity reference");
             if (!good)
                 break;
@@ -1044,8 +1196,8 @@ bool STANDARD_READER::STATE::doctype()
     p += 9;
     if (!need_space("after DOCTYPE"))
         return false;
-    const char* name;
-    std::size_t length;
+    const char* name = nullptr;
+    std::size_t length = 0;
     if (!read_name(name, length, "the DOCTYPE"))
         return false;
     std::string public_id;
@@ -1110,8 +1262,8 @@ bool STANDARD_READER::STATE::internal_subset()
         if (c == '%') {
             const char* at = p;
             ++p;
-            const char* name;
-            std::size_t length;
+            const char* name = nullptr;
+            std::size_t length = 0;
             if (!read_name(name, length, "a parameter entity reference"))
                 return false;
             if (*p != ';')
@@ -1129,7 +1281,7 @@ bool STANDARD_READER::STATE::internal_subset()
             }
             if (!enter(found->second, at, key))
                 return false;
-            frames.push_back(FRAME{p, end, &found->second, 0});
+            frames.push_back(FRAME{at, p, end, &found->second, 0});
             p = found->second.value.c_str();
             end = p + found->second.value.size();
             continue;
@@ -1163,8 +1315,8 @@ bool STANDARD_READER::STATE::element_declaration()
     p += 9;
     if (!need_space("after ELEMENT"))
         return false;
-    const char* name;
-    std::size_t length;
+    const char* name = nullptr;
+    std::size_t length = 0;
     if (!read_name(name, length, "an element declaration"))
         return false;
     if (!need_space("after the element name"))
@@ -1238,7 +1390,8 @@ bool STANDARD_READER::STATE::element_declaration()
     }
     skip_space();
     if (*p != '>')
-        return *p == '\0' ? unexpected("an element declaration") : fail_here("\">\" expected to end an element declaration");
+        return *p == '\0' ? unexpected("an element declaration")
+                          : fail_here("\">\" expected to end an element declaration");
     ++p;
     return true;
 }
@@ -1248,8 +1401,8 @@ bool STANDARD_READER::STATE::attlist_declaration()
     p += 9;
     if (!need_space("after ATTLIST"))
         return false;
-    const char* element;
-    std::size_t element_length;
+    const char* element = nullptr;
+    std::size_t element_length = 0;
     if (!read_name(element, element_length, "an attribute-list declaration"))
         return false;
     const std::string element_name(element, element_length);
@@ -1262,8 +1415,8 @@ bool STANDARD_READER::STATE::attlist_declaration()
         if (!space)
             return *p == '\0' ? unexpected("an attribute-list declaration")
                               : fail_here("white space expected in an attribute-list declaration");
-        const char* name;
-        std::size_t length;
+        const char* name = nullptr;
+        std::size_t length = 0;
         if (!read_name(name, length, "an attribute-list declaration"))
             return false;
         if (!need_space("after the attribute name"))
@@ -1275,7 +1428,7 @@ bool STANDARD_READER::STATE::attlist_declaration()
             while (*p >= 'A' && *p <= 'Z')
                 ++p;
             const std::string type(word, p);
-            static const char* const types[] = {"CDATA",  "ID",      "IDREF",    "IDREFS",  "ENTITY",
+            static const char* const types[] = {"CDATA",    "ID",      "IDREF",    "IDREFS",  "ENTITY",
                                                 "ENTITIES", "NMTOKEN", "NMTOKENS", "NOTATION"};
             bool known = false;
             for (const char* t : types)
@@ -1295,7 +1448,8 @@ bool STANDARD_READER::STATE::attlist_declaration()
                 skip_space();
                 const char* after = notation ? name_end(p) : nmtoken_end(p);
                 if (after == p)
-                    return *p == '\0' ? unexpected("an attribute type") : fail_here("a name expected in an enumeration");
+                    return *p == '\0' ? unexpected("an attribute type")
+                                      : fail_here("a name expected in an enumeration");
                 p = after;
                 skip_space();
                 if (*p == ')') {
@@ -1394,15 +1548,15 @@ bool STANDARD_READER::STATE::entity_value(std::string& out)
             return fail_here("a parameter entity reference inside a declaration of the internal subset");
         if (c == '&') {
             if (p[1] == '#') {
-                uint32_t ch;
+                uint32_t ch = 0;
                 if (!read_char_ref(ch))
                     return false;
                 append_utf8(out, ch);
                 continue;
             }
             const char* at = p++;
-            const char* name;
-            std::size_t length;
+            const char* name = nullptr;
+            std::size_t length = 0;
             if (!read_name(name, length, "an entity reference"))
                 return false;
             if (*p != ';')
@@ -1428,8 +1582,8 @@ bool STANDARD_READER::STATE::entity_declaration()
             return false;
         parameter = true;
     }
-    const char* name;
-    std::size_t length;
+    const char* name = nullptr;
+    std::size_t length = 0;
     if (!read_name(name, length, "an entity declaration"))
         return false;
     if (!need_space("after the entity name"))
@@ -1443,12 +1597,13 @@ bool STANDARD_READER::STATE::entity_declaration()
         const bool space = skip_space();
         if (std::strncmp(p, "NDATA", 5) == 0) {
             if (!space || parameter)
-                return fail_here(parameter ? "NDATA in a parameter entity declaration" : "white space expected before NDATA");
+                return fail_here(parameter ? "NDATA in a parameter entity declaration"
+                                           : "white space expected before NDATA");
             p += 5;
             if (!need_space("after NDATA"))
                 return false;
-            const char* notation;
-            std::size_t notation_length;
+            const char* notation = nullptr;
+            std::size_t notation_length = 0;
             if (!read_name(notation, notation_length, "an entity declaration"))
                 return false;
             entity.unparsed = true;
@@ -1458,7 +1613,8 @@ bool STANDARD_READER::STATE::entity_declaration()
     }
     skip_space();
     if (*p != '>')
-        return *p == '\0' ? unexpected("an entity declaration") : fail_here("\">\" expected to end an entity declaration");
+        return *p == '\0' ? unexpected("an entity declaration")
+                          : fail_here("\">\" expected to end an entity declaration");
     ++p;
     if (!skip_declarations) {
         auto& table = parameter ? parameter_entities : entities;
@@ -1472,8 +1628,8 @@ bool STANDARD_READER::STATE::notation_declaration()
     p += 10;
     if (!need_space("after NOTATION"))
         return false;
-    const char* name;
-    std::size_t length;
+    const char* name = nullptr;
+    std::size_t length = 0;
     if (!read_name(name, length, "a notation declaration"))
         return false;
     if (!need_space("after the notation name"))
@@ -1485,7 +1641,8 @@ bool STANDARD_READER::STATE::notation_declaration()
         return fail_here("SYSTEM or PUBLIC expected in a notation declaration");
     skip_space();
     if (*p != '>')
-        return *p == '\0' ? unexpected("a notation declaration") : fail_here("\">\" expected to end a notation declaration");
+        return *p == '\0' ? unexpected("a notation declaration")
+                          : fail_here("\">\" expected to end a notation declaration");
     ++p;
     return true;
 }
@@ -1499,10 +1656,19 @@ STANDARD_READER::STANDARD_READER(VORN_XML_SAX_TREE_HANDLER& handler, uint64_t ex
 
 STANDARD_READER::~STANDARD_READER() = default;
 
-bool STANDARD_READER::read(const DOCUMENT_TEXT& text) { return state->read(text); }
+bool STANDARD_READER::read(const DOCUMENT_TEXT& text)
+{
+    return state->read(text);
+}
 
-const std::string& STANDARD_READER::message() const { return state->message; }
+const std::string& STANDARD_READER::message() const
+{
+    return state->message;
+}
 
-std::size_t STANDARD_READER::fault_offset() const { return state->fault; }
+std::size_t STANDARD_READER::fault_offset() const
+{
+    return state->fault;
+}
 
 }  // namespace vorn_standard

@@ -9,9 +9,15 @@ namespace {
 
 enum class ENCODING { UTF8, UTF16LE, UTF16BE, LATIN1, ASCII };
 
-bool is_space(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool is_space(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+char lower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+}
 
 bool same_name(const std::string& name, const char* known)
 {
@@ -34,10 +40,10 @@ bool any_of(const std::string& name, const char* const* names)
 
 const char* const utf8_names[] = {"UTF-8", "UTF8", nullptr};
 const char* const utf16_names[] = {"UTF-16", "UTF16", "UTF-16LE", "UTF-16BE", "ISO-10646-UCS-2", "UCS-2", nullptr};
-const char* const latin1_names[] = {"ISO-8859-1", "ISO_8859-1", "ISO_8859-1:1987", "ISO8859-1", "LATIN1", "L1",
-                                    "ISO-IR-100", "CP819", "IBM819", "CSISOLATIN1", nullptr};
-const char* const ascii_names[] = {"US-ASCII", "ASCII", "ISO646-US", "ANSI_X3.4-1968", "ANSI_X3.4-1986", "ISO-IR-6",
-                                   "US", "IBM367", "CP367", "CSASCII", "ISO_646.IRV:1991", nullptr};
+const char* const latin1_names[] = {"ISO-8859-1", "ISO_8859-1", "ISO_8859-1:1987", "ISO8859-1",   "LATIN1", "L1",
+                                    "ISO-IR-100", "CP819",      "IBM819",          "CSISOLATIN1", nullptr};
+const char* const ascii_names[] = {"US-ASCII", "ASCII",  "ISO646-US", "ANSI_X3.4-1968", "ANSI_X3.4-1986",   "ISO-IR-6",
+                                   "US",       "IBM367", "CP367",     "CSASCII",        "ISO_646.IRV:1991", nullptr};
 
 // The encoding named by an XML declaration at the start of `text` (ASCII
 // bytes), or "" when there is none or it names none.  Only finds the name:
@@ -245,7 +251,8 @@ void DECODER::utf16(std::size_t from, bool little)
     copied = length;  // nothing is copied as it is
     const auto* s = reinterpret_cast<const unsigned char*>(in);
     auto unit = [&](std::size_t at) -> uint32_t {
-        return little ? static_cast<uint32_t>(s[at] | (s[at + 1] << 8)) : static_cast<uint32_t>((s[at] << 8) | s[at + 1]);
+        return little ? static_cast<uint32_t>(s[at] | (s[at + 1] << 8))
+                      : static_cast<uint32_t>((s[at] << 8) | s[at + 1]);
     };
     std::size_t i = from;
     while (i + 1 < length) {
@@ -364,9 +371,9 @@ void decode_document(SOURCE_BYTES& bytes, DOCUMENT_TEXT& out)
     } else {
         out.text = "";
         out.size = 0;
-        out.fault = any_of(name, utf16_names) ? "the document declares encoding \"" + name +
-                                                    "\" but has no UTF-16 byte order mark"
-                                              : "encoding \"" + name + "\" is not supported";
+        out.fault = any_of(name, utf16_names)
+                        ? "the document declares encoding \"" + name + "\" but has no UTF-16 byte order mark"
+                        : "encoding \"" + name + "\" is not supported";
     }
 }
 
