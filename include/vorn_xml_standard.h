@@ -104,8 +104,7 @@ public:
 
     // The DOCTYPE's root element name and its external identifiers (empty
     // when absent).  The external subset is never read.
-    virtual void process_doctype(const std::string& name, const std::string& public_id,
-                                 const std::string& system_id);
+    virtual void process_doctype(const std::string& name, const std::string& public_id, const std::string& system_id);
 };
 
 // ---------------------------------------------------------------------------
