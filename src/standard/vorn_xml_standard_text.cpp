@@ -201,6 +201,8 @@ void DECODER::utf8(std::size_t from)
                 break;
             i += 64;
         }
+        if (i == length)
+            break;
         if (i + 16 <= length) {
             const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
             const int odd = _mm_movemask_epi8(_mm_cmplt_epi8(v, _mm_set1_epi8(0x20)));
