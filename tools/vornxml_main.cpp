@@ -12,8 +12,8 @@ int main(int argc, char** argv)
         return done;
     int worst = 0;
     for (const std::string& file : command.files) {
-        const int status = vornxml_tool::read_document(file, command.make_mode, command.files.size() > 1,
-                                                        command.standard);
+        const int status =
+            vornxml_tool::read_document(file, command.make_mode, command.files.size() > 1, command.standard);
         if (status > worst)
             worst = status;
     }

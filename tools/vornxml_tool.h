@@ -104,8 +104,8 @@ void put_line(std::string line);
 
 // Reads the document at `path` ("-" is standard input) with a mode made by
 // `make_mode` and reports on it; `several` heads the output with the file
-// name; `standard` reads standard XML 1.0 instead of the dialect.  Returns the exit status for this file: 0 read, 1 refused or not
-// printable, 2 unreadable.
+// name; `standard` reads standard XML 1.0 instead of the dialect.  Returns the exit status for this file: 0 read, 1
+// refused or not printable, 2 unreadable.
 int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several, bool standard);
 
 }  // namespace vornxml_tool
