@@ -50,14 +50,16 @@ struct VORN_XML_API VORN_XML_STANDARD_ATTRIBUTE {
 //   - process_comment() and process_processing_instruction() wherever they
 //     stand, the prolog and the epilogue included.
 //
-// The tree (DOM mode): an element's text (get_element_data()) is all of its
-// own runs joined in document order: `<p>Hello <b>big</b> world</p>` gives
-// p the text "Hello  world" and b "big".  One exception: an element with
-// sub-elements whose joined text is white space only (space, tab, line
-// feed, carriage return) gets an empty text, so the indentation between
-// sub-elements is not text.  This handler's process_characters() appends
-// to the innermost open element's text instead of replacing it, as the
-// base class does, and its process_end_element() applies the exception.
+// The tree (DOM mode): an element's text (get_element_data()) is its runs
+// joined in document order, without the white space that only indents
+// sub-elements: a run of white space only (space, tab, line feed, carriage
+// return) is left out when it comes after the element's first sub-element,
+// and so is such a run before it unless other text of the element follows
+// it first.  `<p>Hello <b>big</b> world</p>` gives p the text
+// "Hello  world" and b "big"; `<r>\n  <i/>\n</r>` gives r no text, and
+// `<r> </r>` the text " ".  This handler's process_characters() appends to
+// the innermost open element's text (holding back white space as above)
+// instead of replacing it, as the base class does.
 //
 // A host's handler that is not a standard handler (a plain
 // VORN_XML_SAX_TREE_HANDLER or one derived from it) gets the same tree:
@@ -81,12 +83,17 @@ public:
     VORN_XML_STANDARD_HANDLER() = default;
     ~VORN_XML_STANDARD_HANDLER() override;
 
-    // DOM mode: appends `text` to the innermost open element's text
-    // (nothing when no element is open).  Then tells the listener.
+    // DOM mode: appends `text` to the innermost open element's text, or
+    // holds it back or drops it when it is white space only (see above;
+    // nothing when no element is open).  Then tells the listener.
     void process_characters(const std::string& text) override;
 
-    // DOM mode: empties the text of the innermost open element when it has
-    // sub-elements and its text is white space only; then as the base class.
+    // Drops the white space held back for the parent, then as the base
+    // class.
+    void process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes) override;
+
+    // DOM mode: gives an element without sub-elements the white space held
+    // back for it; then as the base class.
     void process_end_element(const std::string& name) override;
 
     // Every attribute of the start tag of `element`, in document order,
@@ -105,6 +112,9 @@ public:
     // The DOCTYPE's root element name and its external identifiers (empty
     // when absent).  The external subset is never read.
     virtual void process_doctype(const std::string& name, const std::string& public_id, const std::string& system_id);
+
+private:
+    std::string pending_space;  // white space held back for the innermost element
 };
 
 // ---------------------------------------------------------------------------

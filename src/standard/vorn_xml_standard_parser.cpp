@@ -31,21 +31,35 @@ VORN_XML_STANDARD_HANDLER::~VORN_XML_STANDARD_HANDLER() = default;
 void VORN_XML_STANDARD_HANDLER::process_characters(const std::string& text)
 {
     if (DOM_mode) {
-        if (VORN_XML_ELEMENT* element = innermost(element_stack))
-            element->element_data.append(text);
+        if (VORN_XML_ELEMENT* element = innermost(element_stack)) {
+            if (white_only(text)) {
+                if (element->subelement_list == nullptr)
+                    pending_space.append(text);
+            } else {
+                element->element_data.append(pending_space);
+                pending_space.clear();
+                element->element_data.append(text);
+            }
+        }
     }
     if (event_listener != nullptr)
         event_listener->process_characters(text.c_str());
+}
+
+void VORN_XML_STANDARD_HANDLER::process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes)
+{
+    pending_space.clear();
+    VORN_XML_SAX_TREE_HANDLER::process_start_element(name, attributes);
 }
 
 void VORN_XML_STANDARD_HANDLER::process_end_element(const std::string& name)
 {
     if (DOM_mode) {
         VORN_XML_ELEMENT* element = innermost(element_stack);
-        if (element != nullptr && element->subelement_list != nullptr && !element->element_data.empty() &&
-            white_only(element->element_data))
-            element->element_data.clear();
+        if (element != nullptr && element->subelement_list == nullptr)
+            element->element_data.append(pending_space);
     }
+    pending_space.clear();
     VORN_XML_SAX_TREE_HANDLER::process_end_element(name);
 }
 

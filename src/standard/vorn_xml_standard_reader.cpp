@@ -118,6 +118,35 @@ bool pubid_char(char c, char quote)
     return c != '\0' && std::strchr(" \n-()+,./:=?;!*#@$_%", c) != nullptr;
 }
 
+bool white_only(const std::string& text)
+{
+    for (const char c : text)
+        if (!is_space(c))
+            return false;
+    return true;
+}
+
+// One run into an element's tree text (see VORN_XML_STANDARD_HANDLER):
+// white space only waits in `pending` before the first sub-element and is
+// dropped after one; other text takes what waited with it.  `run` is left
+// empty or with anything.
+void add_run(std::string& data, std::string& pending, bool after_child, std::string& run)
+{
+    if (white_only(run)) {
+        if (!after_child)
+            pending.append(run);
+        return;
+    }
+    if (!pending.empty()) {
+        data.append(pending);
+        pending.clear();
+    }
+    if (data.empty())
+        data.swap(run);
+    else
+        data.append(run);
+}
+
 struct ENTITY {
     std::string value;      // replacement text of an internal entity
     bool external = false;  // declared with SYSTEM or PUBLIC
@@ -243,6 +272,7 @@ private:
         bool children = false;
     };
     std::vector<OWN_TEXT> texts;
+    std::string pending;  // white space waiting in the innermost element
     void end_own_text();
     std::string run;  // character data not delivered yet
     std::string name_buffer;
@@ -461,6 +491,12 @@ bool STANDARD_READER::STATE::read(const DOCUMENT_TEXT& text)
                 }
                 break;
             }
+            if (*p == '&' && run.empty()) {
+                // References follow: room for the whole run at once, which
+                // ends before the next "<" at the latest.
+                const void* lt = std::memchr(p, '<', static_cast<std::size_t>(end - p));
+                run.reserve(static_cast<std::size_t>((lt != nullptr ? static_cast<const char*>(lt) : end) - from));
+            }
             run.append(from, p);
         }
     }
@@ -544,14 +580,12 @@ void STANDARD_READER::STATE::flush_run()
         return;
     if (fast_tree) {
         auto* element = static_cast<VORN_XML_ELEMENT*>(handler.element_stack->get_last_object());
-        if (element->element_data.empty())
-            element->element_data.swap(run);
-        else
-            element->element_data.append(run);
+        add_run(element->element_data, pending, element->subelement_list != nullptr, run);
     } else if (standard_handler != nullptr) {
         handler.process_characters(run);
     } else {
-        texts[open.size() - 1].text.append(run);
+        OWN_TEXT& own = texts[open.size() - 1];
+        add_run(own.text, pending, own.children, run);
     }
     run.clear();
 }
@@ -706,6 +740,7 @@ bool STANDARD_READER::STATE::deliver_start(const char* at, const char* name, std
         }
     }
     std::size_t clash = count;
+    pending.clear();  // the parent has a sub-element now
     if (fast_tree) {
         // The default handler in DOM mode without a listener: the element
         // is made here with the attribute list it keeps, as the handler
@@ -790,12 +825,10 @@ bool STANDARD_READER::STATE::deliver_start(const char* at, const char* name, std
 void STANDARD_READER::STATE::end_own_text()
 {
     OWN_TEXT& own = texts[open.size() - 1];
-    if (own.text.empty())
-        return;
-    bool white = true;
-    for (const char c : own.text)
-        white = white && is_space(c);
-    if (!(white && own.children))
+    if (!own.children)
+        own.text.append(pending);
+    pending.clear();
+    if (!own.text.empty())
         handler.process_characters(own.text);
     own.text.clear();
 }
@@ -807,13 +840,9 @@ void STANDARD_READER::STATE::end_element()
         // As the default handler's process_end_element().
         VORN_OBJ_LIST& stack = *handler.element_stack;
         auto* closed = static_cast<VORN_XML_ELEMENT*>(stack.get_last_object());
-        std::string& data = closed->element_data;
-        if (closed->subelement_list != nullptr && !data.empty()) {
-            bool white = true;
-            for (const char c : data)
-                white = white && is_space(c);
-            if (white)
-                data.clear();
+        if (!pending.empty()) {
+            closed->element_data.append(pending);
+            pending.clear();
         }
         if (stack.get_count() > 1) {
             static_cast<VORN_XML_ELEMENT*>(stack.get_object_before_last())->add_sub_element(closed);
