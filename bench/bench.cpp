@@ -264,6 +264,9 @@ const ROW rows[] = {
     {"SAX pushed byte by byte / string source", "steady", "vornxml_sax_push_bytes", "vornxml_sax_string"},
     {"peak memory with the tree alive / tinyxml2", "memory", "vornxml_dom_file", "tinyxml2"},
     {"the same, string source / tinyxml2", "memory", "vornxml_dom_string", "tinyxml2"},
+    {"standard XML SAX / libxml2 SAX2", "steady", "vornxml_standard_sax_string", "libxml2_sax2"},
+    {"standard XML SAX / expat", "steady", "vornxml_standard_sax_string", "expat"},
+    {"standard XML DOM / the dialect's DOM", "steady", "vornxml_standard_dom_string", "vornxml_dom_string"},
 };
 
 // A time figure whose processes differ by more than this is shown with its

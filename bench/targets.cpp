@@ -31,8 +31,9 @@ long count_tree(VORN_XML_ELEMENT* root)
 
 // This library, from a file source or from a string source that takes the
 // host's copy of the text over; in DOM mode, or with DOM mode off and a
-// listener that counts the start tags.
-template <bool FROM_FILE, bool DOM> class VORN_RUN : public RUN {
+// listener that counts the start tags.  PARSER is the dialect's parser or
+// the standard XML one.
+template <bool FROM_FILE, bool DOM, class PARSER = VORN_XML_SAX_PARSER> class VORN_RUN : public RUN {
 public:
     explicit VORN_RUN(const DOC& doc) : path(doc.path)
     {
@@ -45,7 +46,7 @@ public:
             source = std::make_unique<VORN_XML_FILE_INPUT_SOURCE>(path);
         else
             source = std::make_unique<VORN_XML_STRING_INPUT_SOURCE>(std::move(text));
-        parser = std::make_unique<VORN_XML_SAX_PARSER>();
+        parser = std::make_unique<PARSER>();
         if (!DOM) {
             parser->enable_DOM_mode(false);
             parser->get_tree_handler()->set_event_listener(&counter);
@@ -66,7 +67,7 @@ private:
     std::string path;
     std::string text;
     std::unique_ptr<VORN_XML_SAX_INPUT_SOURCE> source;
-    std::unique_ptr<VORN_XML_SAX_PARSER> parser;
+    std::unique_ptr<PARSER> parser;
     START_COUNTER counter;
 };
 
@@ -256,6 +257,8 @@ const TARGET targets[] = {
     {"vornxml_dom_push", true, make<VORN_PUSH_RUN<std::size_t{64} * 1024, true>>},
     {"vornxml_sax_push_bytes", false, make<VORN_PUSH_RUN<1, false>>},
     {"vornxml_sax_push_counted", false, make<VORN_PUSH_RUN<std::size_t{64} * 1024, false, true>>},
+    {"vornxml_standard_sax_string", false, make<VORN_RUN<false, false, VORN_XML_STANDARD_PARSER>>},
+    {"vornxml_standard_dom_string", true, make<VORN_RUN<false, true, VORN_XML_STANDARD_PARSER>>},
     {"expat", false, make<EXPAT_RUN>},
     {"libxml2_sax2", false, make<LIBXML2_SAX2_RUN>},
     {"libxml2_dom", true, make<TREE_RUN<LIBXML2_DOC, load_libxml2, count_libxml2_doc>>},

@@ -17,11 +17,15 @@
 //   vorn_xml_path.h     finding elements by path, in a tree or a stream
 //   vorn_xml_version.h  VORN_XML_VERSION_MAJOR, _MINOR, _PATCH and _STRING
 //   vorn_xml_export.h   VORN_XML_API, the mark of what the library exports
+//   vorn_xml_standard.h reading standard XML 1.0 beside the dialect
+//   vorn_xml_standard_writer.h  writing a tree as standard XML 1.0
+//   vorn_xml_canonical.h        a document in canonical form, as it is read
 #ifndef VORN_XML_H
 #define VORN_XML_H
 
 #include "vorn_companion.h"
 #include "vorn_xml_attrib.h"
+#include "vorn_xml_canonical.h"
 #include "vorn_xml_element.h"
 #include "vorn_xml_errors.h"
 #include "vorn_xml_export.h"
@@ -31,6 +35,8 @@
 #include "vorn_xml_path.h"
 #include "vorn_xml_position.h"
 #include "vorn_xml_push.h"
+#include "vorn_xml_standard.h"
+#include "vorn_xml_standard_writer.h"
 #include "vorn_xml_stream.h"
 #include "vorn_xml_tree.h"
 #include "vorn_xml_version.h"

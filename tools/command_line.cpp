@@ -18,6 +18,7 @@ const struct {
 } modes[] = {
     {"--events", nullptr, make_events_mode},
     {"--format", nullptr, make_format_mode},
+    {"--canonical", nullptr, make_canonical_mode},
     {"--quiet", "-q", make_quiet_mode},
 };
 
@@ -83,8 +84,9 @@ int read_select(const std::string& text, bool count, std::unique_ptr<DOCUMENT_MO
         std::cerr << "vornxml: bad path " << quoted(text) << ": " << path->get_error_message() << '\n';
         return 2;
     }
+    const SELECT_OUTPUT written = command.standard ? SELECT_OUTPUT::STANDARD_FORMAT : SELECT_OUTPUT::FORMAT;
     const SELECT_OUTPUT output = count                            ? SELECT_OUTPUT::COUNT
-                                 : mode_given == make_format_mode ? SELECT_OUTPUT::FORMAT
+                                 : mode_given == make_format_mode ? written
                                                                   : SELECT_OUTPUT::TREE;
     command.make_mode = [path, output] { return make_select_mode(path, output); };
     return -1;
@@ -106,6 +108,10 @@ int read_command_line(int argc, char** argv, COMMAND& command)
                 return usage_error("--select needs a PATH");
             select = argv[++i];
             select_given = true;
+            continue;
+        }
+        if (!options_done && arg == "--standard") {
+            command.standard = true;
             continue;
         }
         if (!options_done && arg == "--count") {
@@ -152,6 +158,12 @@ int read_command_line(int argc, char** argv, COMMAND& command)
     }
     if (command.files.empty())
         return usage_error("expected at least one FILE (or - for standard input)");
+    // The canonical form is that of standard XML; standard XML is written
+    // back as standard XML.
+    if (mode_given == make_canonical_mode)
+        command.standard = true;
+    if (command.standard && mode_given == make_format_mode)
+        command.make_mode = make_standard_format_mode;
     if (!select_given)
         return count ? usage_error("--count goes with --select") : -1;
     return read_select(select, count, mode_given, command);

@@ -116,9 +116,50 @@ const char* limit_option(VORN_XML_LIMITS::KIND kind)
     return nullptr;
 }
 
+// The collector's message without its "line L, column C: " head: the tool
+// puts the place first.
+std::string without_place(const std::string& message)
+{
+    const std::size_t colon = message.find(": ");
+    return message.compare(0, 5, "line ") == 0 && colon != std::string::npos ? message.substr(colon + 2) : message;
+}
+
+int read_standard(const std::string& label, VORN_XML_STREAM_INPUT_SOURCE& input, DOCUMENT_MODE& mode, bool quiet)
+{
+    VORN_XML_STANDARD_PARSER parser;
+    parser.set_tree_handler(&mode.handler());
+    if (parser.parse(&input))
+        return -1;
+    VORN_XML_SAX_ERROR_HANDLER* errors = parser.get_error_handler();
+    if (!quiet && errors != nullptr && errors->has_error_messages()) {
+        std::fflush(stdout);
+        errors->reset_error_message_list();
+        std::cerr << label << ":" << parser.get_error_line() << ":" << parser.get_error_column() << ": "
+                  << without_place(errors->get_next_error_message()) << '\n';
+    }
+    return 1;
+}
+
+// After the dialect refused the file at `path`: tells when standard XML
+// reads it.
+void hint_standard(const std::string& path)
+{
+    VORN_XML_STREAM_INPUT_SOURCE again(path);
+    if (!again.is_open)
+        return;
+    VORN_XML_STANDARD_HANDLER nothing;
+    nothing.DOM_mode = false;
+    VORN_XML_STANDARD_PARSER parser;
+    parser.set_tree_handler(&nothing);
+    if (parser.parse(&again))
+        std::cerr << "vornxml: " << path
+                  << " is well-formed standard XML, which the default dialect does not read; try --standard\n";
+}
+
 }  // namespace
 
-int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several, const VORN_XML_LIMITS& limits)
+int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several, bool standard,
+                  const VORN_XML_LIMITS& limits)
 {
     const std::unique_ptr<DOCUMENT_MODE> mode = make_mode();
     const bool quiet = mode->silent();
@@ -141,9 +182,15 @@ int read_document(const std::string& path, const MODE_MAKER& make_mode, bool sev
     if (several && mode->headed())
         std::printf("==> %s <==\n", label.c_str());
 
-    VORN_XML_LIMITED_SAX_PARSER parser(limits);
     VORN_XML_SAX_TREE_HANDLER& events = mode->handler();
     events.DOM_mode = mode->builds_tree();
+    if (standard) {
+        const int refused = read_standard(label, input, *mode, quiet);
+        if (input.get_error() != 0)
+            return cannot_read(std::strerror(input.get_error()));
+        return refused >= 0 ? refused : mode->finish(label);
+    }
+    VORN_XML_LIMITED_SAX_PARSER parser(limits);
     bool ok;
     if (quiet) {
         // Nothing to report: the parser reads the source's buffer directly.
@@ -159,8 +206,11 @@ int read_document(const std::string& path, const MODE_MAKER& make_mode, bool sev
         parser.set_tree_handler(&progress);
         ok = parser.parse(&source);
         progress.report();
-        if (!ok)
+        if (!ok) {
             report_errors(label, parser, source);
+            if (!from_stdin && input.get_error() == 0)
+                hint_standard(path);
+        }
         if (const char* option = limit_option(parser.get_limit_reached()))
             std::cerr << label << ": the limit is lifted by " << option << " (or --huge)\n";
     }

@@ -4,7 +4,9 @@
 namespace vornxml_tool {
 namespace {
 
-class EVENT_PRINTER : public VORN_XML_SAX_TREE_HANDLER {
+// A standard handler, so that with --standard each run of text comes in
+// document order, with comments and processing instructions among them.
+class EVENT_PRINTER : public VORN_XML_STANDARD_HANDLER {
 public:
     void process_start_document() override { put_line("start-document"); }
     void process_end_document(const char* text) override
@@ -26,6 +28,11 @@ public:
     }
     void process_end_element(const std::string& name) override { put_line("end " + name); }
     void process_characters(const std::string& text) override { put_line("chars " + quoted(text)); }
+    void process_comment(const std::string& text) override { put_line("comment " + quoted(text)); }
+    void process_processing_instruction(const std::string& target, const std::string& data) override
+    {
+        put_line("pi " + target + " " + quoted(data));
+    }
 };
 
 class EVENTS_MODE : public DOCUMENT_MODE {

@@ -1,4 +1,6 @@
-// --format: the document is written back to standard output, indented.
+// --format: the document is written back to standard output, indented: for
+// the dialect by VORN_XML_WRITER, in standard mode by
+// VORN_XML_STANDARD_WRITER, whose output every XML reader reads.
 #include <iostream>
 
 #include "vornxml_tool.h"
@@ -6,7 +8,7 @@
 namespace vornxml_tool {
 namespace {
 
-class FORMAT_MODE : public DOCUMENT_MODE {
+template <class WRITER> class FORMAT_MODE : public DOCUMENT_MODE {
 public:
     VORN_XML_SAX_TREE_HANDLER& handler() override { return collector; }
     bool builds_tree() const override { return true; }
@@ -16,7 +18,7 @@ public:
         std::fflush(stdout);
         if (collector.roots.empty())
             std::cout << "<?xml version=\"1.0\"?>\n";
-        VORN_XML_WRITER writer(2);
+        WRITER writer(2);
         std::string text;
         for (std::size_t i = 0; i < collector.roots.size(); ++i) {
             text.clear();
@@ -41,7 +43,12 @@ private:
 
 std::unique_ptr<DOCUMENT_MODE> make_format_mode()
 {
-    return std::make_unique<FORMAT_MODE>();
+    return std::make_unique<FORMAT_MODE<VORN_XML_WRITER>>();
+}
+
+std::unique_ptr<DOCUMENT_MODE> make_standard_format_mode()
+{
+    return std::make_unique<FORMAT_MODE<VORN_XML_STANDARD_WRITER>>();
 }
 
 }  // namespace vornxml_tool

@@ -14,17 +14,18 @@ namespace {
 // Shows the matches as they come.
 class PRINTER {
 public:
-    explicit PRINTER(SELECT_OUTPUT how) : output(how), writer(2) {}
+    explicit PRINTER(SELECT_OUTPUT how) : output(how), writer(2), standard_writer(2) {}
 
     void show(VORN_XML_ELEMENT* match)
     {
         ++count;
         if (output == SELECT_OUTPUT::TREE) {
             print_tree(match);
-        } else if (output == SELECT_OUTPUT::FORMAT) {
+        } else if (output == SELECT_OUTPUT::FORMAT || output == SELECT_OUTPUT::STANDARD_FORMAT) {
             text.clear();
-            if (!writer.write(match, text)) {
-                problem = writer.error_message;
+            const bool standard = output == SELECT_OUTPUT::STANDARD_FORMAT;
+            if (!(standard ? standard_writer.write(match, text) : writer.write(match, text))) {
+                problem = standard ? standard_writer.error_message : writer.error_message;
                 return;
             }
             // The declaration once, before the first match.
@@ -48,6 +49,7 @@ public:
 private:
     SELECT_OUTPUT output;
     VORN_XML_WRITER writer;
+    VORN_XML_STANDARD_WRITER standard_writer;
     std::string text;
     std::string problem;  // the first match that could not be written back
     long count = 0;       // matches shown

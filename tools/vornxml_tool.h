@@ -7,6 +7,7 @@
 //   mode_tree.cpp          the default: print each element tree
 //   mode_events.cpp        --events: print events as they come
 //   mode_format.cpp        --format: write the document back, indented
+//   mode_canonical.cpp     --canonical: the canonical form, as it is read
 //   mode_quiet.cpp         --quiet: the exit status alone
 //   mode_select.cpp        --select PATH: the elements a path selects
 //
@@ -66,10 +67,13 @@ public:
 std::unique_ptr<DOCUMENT_MODE> make_tree_mode();
 std::unique_ptr<DOCUMENT_MODE> make_events_mode();
 std::unique_ptr<DOCUMENT_MODE> make_format_mode();
+std::unique_ptr<DOCUMENT_MODE> make_standard_format_mode();
+std::unique_ptr<DOCUMENT_MODE> make_canonical_mode();
 std::unique_ptr<DOCUMENT_MODE> make_quiet_mode();
 
-// How --select shows what it found.
-enum class SELECT_OUTPUT { TREE, FORMAT, COUNT };
+// How --select shows what it found (FORMAT writes for the dialect,
+// STANDARD_FORMAT standard XML).
+enum class SELECT_OUTPUT { TREE, FORMAT, STANDARD_FORMAT, COUNT };
 
 // --select: the elements `path` selects, read from the document (a relative
 // path as if it began with "/"), shown as `output` says.  The path must be
@@ -84,6 +88,7 @@ struct COMMAND {
     MODE_MAKER make_mode = make_tree_mode;
     std::vector<std::string> files;
     VORN_XML_LIMITS limits = VORN_XML_LIMITS::tool_defaults();  // --max-*, --huge
+    bool standard = false;  // --standard: read standard XML 1.0
 };
 
 // Reads the arguments into `command`.  Returns -1 to go on and read the
@@ -104,9 +109,11 @@ void put_line(std::string line);
 
 // Reads the document at `path` ("-" is standard input) with a mode made by
 // `make_mode` and reports on it; `several` heads the output with the file
-// name; the parser keeps to `limits`.  Returns the exit status for this
+// name; `standard` reads standard XML 1.0 instead of the dialect, and the
+// dialect's parser keeps to `limits`.  Returns the exit status for this
 // file: 0 read, 1 refused or not printable, 2 unreadable.
-int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several, const VORN_XML_LIMITS& limits);
+int read_document(const std::string& path, const MODE_MAKER& make_mode, bool several, bool standard,
+                  const VORN_XML_LIMITS& limits);
 
 }  // namespace vornxml_tool
 

@@ -85,4 +85,32 @@ TEST(tool, exact_runs)
     }
 }
 
+// Standard XML written: the canonical form and --format.
+TEST(tool, standard_output)
+{
+    const std::string head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    const struct {
+        std::string args, input;
+        int status;
+        std::string out;
+    } cases[] = {
+        {"--canonical -",
+         "<?xml version='1.0'?><!DOCTYPE a [<!ATTLIST a d CDATA 'x'>]><a z='&#9;' b='&lt;'>\r\n"
+         "<e/><!--c--><?p  d?>&amp;\"</a>",
+         0, "<a b=\"&lt;\" d=\"x\" z=\"&#9;\">&#10;<e></e><?p d?>&amp;&quot;</a>"},
+        {"--canonical -", "<a>&undeclared;</a>", 1, ""},
+        {"--canonical --select //a -", "<a/>", 2, ""},
+        {"--standard --format -", "<r:x q='\"&amp;&lt;'>one<b>&#13;</b>two</r:x>", 0,
+         head + "<r:x q=\"&quot;&amp;&lt;\">onetwo<b>&#13;</b></r:x>\n"},
+        {"--standard --select //b --format -", "<a><b x='&apos;'>&lt;</b></a>", 0, head + "<b x=\"'\">&lt;</b>\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args);
+        const RUN run = tool(c.args, c.input);
+        EXPECT_EQ(run.status, c.status);
+        EXPECT_EQ(run.out, c.out);
+        EXPECT_EQ(run.err.empty(), c.status == 0) << run.err;
+    }
+}
+
 }  // namespace

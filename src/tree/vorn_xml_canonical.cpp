@@ -1,0 +1,168 @@
+#include "vorn_xml_canonical.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t flush_size = 1 << 16;
+
+}  // namespace
+
+VORN_XML_CANONICAL_HANDLER::VORN_XML_CANONICAL_HANDLER(std::ostream& out) : stream(out)
+{
+    DOM_mode = false;
+}
+
+VORN_XML_CANONICAL_HANDLER::~VORN_XML_CANONICAL_HANDLER() = default;
+
+void VORN_XML_CANONICAL_HANDLER::escape(const std::string& text, std::string& out)
+{
+    std::size_t from = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char* ref = nullptr;
+        switch (text[i]) {
+        case '&': ref = "&amp;"; break;
+        case '<': ref = "&lt;"; break;
+        case '>': ref = "&gt;"; break;
+        case '"': ref = "&quot;"; break;
+        case '\t': ref = "&#9;"; break;
+        case '\n': ref = "&#10;"; break;
+        case '\r': ref = "&#13;"; break;
+        default: continue;
+        }
+        out.append(text, from, i - from);
+        out += ref;
+        from = i + 1;
+    }
+    out.append(text, from, std::string::npos);
+}
+
+void VORN_XML_CANONICAL_HANDLER::flush()
+{
+    stream.write(pending.data(), static_cast<std::streamsize>(pending.size()));
+    pending.clear();
+}
+
+void VORN_XML_CANONICAL_HANDLER::put_doctype()
+{
+    if (doctype_written)
+        return;
+    doctype_written = true;
+    if (notations.empty())
+        return;
+    std::stable_sort(notations.begin(), notations.end(),
+                     [](const NOTATION& a, const NOTATION& b) { return a.name < b.name; });
+    pending += "<!DOCTYPE " + doctype_name + " [\n";
+    for (const NOTATION& notation : notations) {
+        pending += "<!NOTATION " + notation.name;
+        if (!notation.public_id.empty()) {
+            pending += " PUBLIC '" + notation.public_id + "'";
+            if (!notation.system_id.empty())
+                pending += " '" + notation.system_id + "'";
+        } else {
+            pending += " SYSTEM '" + notation.system_id + "'";
+        }
+        pending += ">\n";
+    }
+    pending += "]>\n";
+}
+
+void VORN_XML_CANONICAL_HANDLER::process_start_document()
+{
+    pending.clear();
+    doctype_name.clear();
+    notations.clear();
+    have_attributes = false;
+    doctype_written = false;
+    VORN_XML_STANDARD_HANDLER::process_start_document();
+}
+
+void VORN_XML_CANONICAL_HANDLER::process_end_document(const char* text)
+{
+    flush();
+    VORN_XML_STANDARD_HANDLER::process_end_document(text);
+}
+
+void VORN_XML_CANONICAL_HANDLER::process_doctype(const std::string& name, const std::string& public_id,
+                                                 const std::string& system_id)
+{
+    doctype_name = name;
+    VORN_XML_STANDARD_HANDLER::process_doctype(name, public_id, system_id);
+}
+
+void VORN_XML_CANONICAL_HANDLER::add_notation(const std::string& name, const std::string& public_id,
+                                              const std::string& system_id)
+{
+    notations.push_back({name, public_id, system_id});
+}
+
+void VORN_XML_CANONICAL_HANDLER::process_attributes(const std::string& element,
+                                                    const std::vector<VORN_XML_STANDARD_ATTRIBUTE>& attributes)
+{
+    attributes_given.clear();
+    for (const VORN_XML_STANDARD_ATTRIBUTE& attribute : attributes)
+        attributes_given.emplace_back(attribute.name, attribute.value);
+    have_attributes = true;
+    VORN_XML_STANDARD_HANDLER::process_attributes(element, attributes);
+}
+
+void VORN_XML_CANONICAL_HANDLER::process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes)
+{
+    put_doctype();
+    if (!have_attributes) {
+        attributes_given.clear();
+        if (attributes != nullptr) {
+            std::string key;
+            std::string value;
+            attributes->reset_attrib_list();
+            while (attributes->get_next_attrib(key, value))
+                attributes_given.emplace_back(key, value);
+        }
+    }
+    have_attributes = false;
+    std::stable_sort(attributes_given.begin(), attributes_given.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    pending += '<';
+    pending += name;
+    for (const auto& attribute : attributes_given) {
+        pending += ' ';
+        pending += attribute.first;
+        pending += "=\"";
+        escape(attribute.second, pending);
+        pending += '"';
+    }
+    pending += '>';
+    if (pending.size() >= flush_size)
+        flush();
+    VORN_XML_STANDARD_HANDLER::process_start_element(name, attributes);
+}
+
+void VORN_XML_CANONICAL_HANDLER::process_end_element(const std::string& name)
+{
+    pending += "</";
+    pending += name;
+    pending += '>';
+    if (pending.size() >= flush_size)
+        flush();
+    VORN_XML_STANDARD_HANDLER::process_end_element(name);
+}
+
+void VORN_XML_CANONICAL_HANDLER::process_characters(const std::string& text)
+{
+    escape(text, pending);
+    if (pending.size() >= flush_size)
+        flush();
+    VORN_XML_STANDARD_HANDLER::process_characters(text);
+}
+
+void VORN_XML_CANONICAL_HANDLER::process_processing_instruction(const std::string& target, const std::string& data)
+{
+    pending += "<?";
+    pending += target;
+    pending += ' ';
+    pending += data;
+    pending += "?>";
+    if (pending.size() >= flush_size)
+        flush();
+    VORN_XML_STANDARD_HANDLER::process_processing_instruction(target, data);
+}
