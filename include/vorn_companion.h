@@ -62,8 +62,9 @@ public:
     // Reads at most `max` bytes into `buffer` and returns how many were
     // read: 0 at end of file, -1 on failure or on a closed file.  Retries
     // reads interrupted by signals.  A regular file is read ahead in blocks
-    // of 64 KiB, so that many small reads cost few system calls; what each
-    // read returns is the same.
+    // of 64 KiB, so that many small reads cost few system calls; each read
+    // still returns what the operating system's read of the file would: all
+    // it asks for, short only at the end of the file.
     virtual int read(char* buffer, int max);
 
     // The size in bytes of the open file when it is a regular file; -1

@@ -21,9 +21,10 @@ struct NAMED : VORN_OBJ {
 };
 
 // Runs a script on a new list: a letter appends that object ("0" appends
-// null), "r" rewinds, "n" logs get_next_object(), "x" remove_last_object()
-// and "F" remove_first_object() ("-" for null); "S" splices g and h in front.  Then logs "|", the count, and every
-// entry by index.
+// null), "r" rewinds, "n" logs get_next_object(), "x" remove_last_object(),
+// "F" remove_first_object() and "B" get_object_before_last() ("-" for null);
+// "S" splices g and h in front.  Then logs "|", the count, and every entry
+// by index.
 std::string run(const std::string& script)
 {
     static NAMED objects[] = {NAMED('a'), NAMED('b'), NAMED('c'), NAMED('d'), NAMED('e'),
@@ -38,6 +39,8 @@ std::string run(const std::string& script)
             log += name(step == 'n' ? list.get_next_object() : list.remove_last_object());
         else if (step == 'F')
             log += name(list.remove_first_object());
+        else if (step == 'B')
+            log += name(list.get_object_before_last());
         else if (step == 'S') {
             VORN_OBJ_LIST front;
             front.add_object(&objects[6]);
@@ -67,10 +70,11 @@ TEST(companion, obj_list_cursor_rules)
         {"a0brnnn", "a-b|3b-a-b-"},                          // null entries
         {"abcdefghixxrnnnnnnnn", "ihabcdefg-|7g-abcdefg-"},  // past a regrowth
         {"abxxxa", "ba-|1a-a-"},
-        {"abrFnF", "abb|0E---"},    // the cursor moves off a removed first entry
-        {"abcrnFn", "aab|2c-bc-"},  // and follows the entries down
-        {"abSxx", "ba|2h-gh-"},     // a splice links both ways: removals from the back
-        {"abrnSn", "ab|4b-ghab-"},  // the cursor stays on its entry
+        {"abrFnF", "abb|0E---"},         // the cursor moves off a removed first entry
+        {"abcrnFn", "aab|2c-bc-"},       // and follows the entries down
+        {"abSxx", "ba|2h-gh-"},          // a splice links both ways: removals from the back
+        {"abrnSn", "ab|4b-ghab-"},       // the cursor stays on its entry
+        {"BaBbBxBFB", "--ab-a-|0E---"},  // before the last: only from two entries on
     };
     for (const auto& [script, expected] : cases)
         EXPECT_EQ(run(script), expected) << script;

@@ -2,6 +2,13 @@
 // verdict, the messages in order and the events in order.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <string_view>
+
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "vorn_test_support.h"
 
 using namespace vorn_test::msg;
@@ -196,5 +203,102 @@ TEST(documents, long_runs_keep_every_byte)
     for (std::size_t lead = 248; lead <= 262; ++lead) {
         const std::string text = "t" + std::string(lead, 'x');
         check({{"<a>" + text + "&quot;&amp;lt;</a>", true, {}, "start a {}; chars " + text + "\"&lt;; end a"}});
+    }
+}
+
+namespace {
+
+// A file object that reads exactly as asked, with no read-ahead: what the
+// file source sees of a plain file.
+struct PLAIN_FILE : VORN_FILE {
+    int fd = -1;
+    ~PLAIN_FILE() override { PLAIN_FILE::close(); }
+    bool open(const std::string& path, int /*flags*/) override { return (fd = ::open(path.c_str(), O_RDONLY)) >= 0; }
+    void close() override
+    {
+        if (fd >= 0)
+            ::close(fd);
+        fd = -1;
+    }
+    bool is_open() const override { return fd >= 0; }
+    int read(char* buffer, int max) override { return static_cast<int>(::read(fd, buffer, max)); }
+};
+
+// The file source's fields at each event and after the parse, one line each.
+struct FIELDS_HANDLER : vorn_test::RECORDING_HANDLER {
+    VORN_XML_FILE_INPUT_SOURCE* source = nullptr;
+    std::vector<std::string> fields;
+    void note()
+    {
+        const std::size_t held = static_cast<std::size_t>(std::clamp(source->buffer_count + 1, 0, 4096));
+        fields.push_back(std::to_string(source->buffer_pos) + " " + std::to_string(source->buffer_count) + " " +
+                         std::to_string(std::hash<std::string_view>()({vorn_xml_buffer, held})) + " " +
+                         std::to_string(source->xml_text.size()) + " " +
+                         std::to_string(std::hash<std::string>()(source->xml_text)));
+    }
+    void process_start_element(const std::string& name, VORN_XML_ATTRIB_LIST*& attributes) override
+    {
+        note();
+        RECORDING_HANDLER::process_start_element(name, attributes);
+    }
+    void process_end_element(const std::string& name) override
+    {
+        note();
+        RECORDING_HANDLER::process_end_element(name);
+    }
+    void process_characters(const std::string& text) override
+    {
+        note();
+        RECORDING_HANDLER::process_characters(text);
+    }
+    void process_end_document(const char* text) override
+    {
+        note();
+        RECORDING_HANDLER::process_end_document(text);
+    }
+};
+
+std::vector<std::string> file_fields(const std::string& path, bool plain)
+{
+    VORN_XML_FILE_INPUT_SOURCE source;
+    if (plain) {
+        delete source.xml_file;
+        source.xml_file = new PLAIN_FILE;
+    }
+    source.is_open = source.open_xml_file(path);
+    FIELDS_HANDLER handler;
+    handler.source = &source;
+    VORN_XML_SAX_PARSER parser;
+    parser.set_tree_handler(&handler);
+    std::vector<std::string> out = {parser.parse(&source) ? "ok" : "refused", handler.end_document_text};
+    handler.note();
+    out.insert(out.end(), handler.events.begin(), handler.events.end());
+    out.insert(out.end(), handler.fields.begin(), handler.fields.end());
+    return out;
+}
+
+}  // namespace
+
+// A file over 64 KiB: its read-ahead changes nothing a host sees.  The
+// source's fields, the shared buffer's bytes, the text kept and the text at
+// the end of the document are those of plain 4095-byte reads, at every
+// event and after the parse, whatever falls where a read-ahead block ends.
+TEST(documents, file_read_ahead_is_invisible)
+{
+    const vorn_test::TEMP_DIR dir;
+    std::vector<std::string> documents = {DECL + "<a>" + std::string(70000, 'x') + "</a>"};
+    std::string records = DECL + "<r>";
+    while (records.size() < 140000)
+        records += "<e k=\"" + std::to_string(records.size()) + "\">t&amp;</e>";
+    documents.push_back(records + "</r>");
+    for (const std::size_t at : {65533, 65535, 65536, 65538}) {
+        std::string cut = records + "</r>";
+        cut[at] = '\xFF';  // the end of input just before, at or after the block's end
+        documents.push_back(cut);
+        documents.push_back(DECL + "<a>" + std::string(at - DECL.size() - 3, 'x') + "<b/>y</a>");
+    }
+    for (const std::string& document : documents) {
+        const std::string path = dir.write("big.xml", document);
+        EXPECT_EQ(file_fields(path, false), file_fields(path, true)) << document.size();
     }
 }

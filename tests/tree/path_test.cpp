@@ -79,6 +79,7 @@ TEST(path, selects_in_document_order)
         {"//book[@Id=\"8\"]", "book#8", 12},
         {"//book[@id='7']", "book#7", 12},
         {"//book[@id=\"7 \"]", "", 12},
+        {"//book[@lang=\"\"][@id]", "", 12},
         {"//book[2]", "book#8", 12},
         {"//book[1]", "book#7 book#9 book#10:Z book#11", 12},
         {"//shelf/book[@lang][2]", "", 12},
