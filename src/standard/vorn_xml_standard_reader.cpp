@@ -291,7 +291,6 @@ private:
     std::vector<std::string> scratch;
     void make_strings(std::size_t count);
     std::vector<VORN_XML_STANDARD_ATTRIBUTE> attributes;
-    std::size_t attribute_count = 0;
     std::unordered_set<std::string> seen_names;
     VORN_XML_ATTRIB_LIST* list = nullptr;
     std::vector<VORN_XML_ATTRIB_LIST::MAP::node_type> spare;
