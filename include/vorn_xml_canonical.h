@@ -66,6 +66,8 @@ public:
                             const std::vector<VORN_XML_STANDARD_ATTRIBUTE>& attributes) override;
     void process_processing_instruction(const std::string& target, const std::string& data) override;
     void process_doctype(const std::string& name, const std::string& public_id, const std::string& system_id) override;
+    // Records the notation (add_notation()).
+    void process_notation(const std::string& name, const std::string& public_id, const std::string& system_id) override;
 
     // Records a notation declaration: its name and its public and system
     // identifiers (empty when absent).  The notations recorded before the

@@ -38,7 +38,8 @@ struct VORN_XML_API VORN_XML_STANDARD_ATTRIBUTE {
 //
 // Events for a standard handler, in document order:
 //
-//   - process_doctype(), once, when the document has a DOCTYPE;
+//   - process_notation() for each notation declaration of the internal
+//     subset, then process_doctype(), once, when the document has a DOCTYPE;
 //   - process_attributes() with every attribute of a start tag in document
 //     order (defaults last), immediately before process_start_element();
 //   - process_characters() for each run of character data: the text between
@@ -112,6 +113,11 @@ public:
     // The DOCTYPE's root element name and its external identifiers (empty
     // when absent).  The external subset is never read.
     virtual void process_doctype(const std::string& name, const std::string& public_id, const std::string& system_id);
+
+    // A notation declaration of the internal subset: its name and its
+    // public and system identifiers (empty when absent), in document order,
+    // before process_doctype().
+    virtual void process_notation(const std::string& name, const std::string& public_id, const std::string& system_id);
 
 private:
     std::string pending_space;  // white space held back for the innermost element

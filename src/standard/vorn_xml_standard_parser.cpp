@@ -89,6 +89,14 @@ void VORN_XML_STANDARD_HANDLER::process_doctype(const std::string& name, const s
     (void)system_id;
 }
 
+void VORN_XML_STANDARD_HANDLER::process_notation(const std::string& name, const std::string& public_id,
+                                                 const std::string& system_id)
+{
+    (void)name;
+    (void)public_id;
+    (void)system_id;
+}
+
 // ---------------------------------------------------------------------------
 // VORN_XML_STANDARD_PARSER
 

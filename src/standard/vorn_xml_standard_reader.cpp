@@ -248,7 +248,7 @@ private:
     bool attlist_declaration();
     bool entity_declaration();
     bool notation_declaration();
-    bool external_id(bool public_alone, bool& had);
+    bool external_id(bool public_alone, bool& had, std::string& public_id, std::string& system_id);
     bool entity_value(std::string& out);
 
     VORN_XML_SAX_TREE_HANDLER& handler;
@@ -1527,9 +1527,11 @@ bool STANDARD_READER::STATE::attlist_declaration()
     }
 }
 
-bool STANDARD_READER::STATE::external_id(bool public_alone, bool& had)
+bool STANDARD_READER::STATE::external_id(bool public_alone, bool& had, std::string& public_id, std::string& system_id)
 {
     had = false;
+    public_id.clear();
+    system_id.clear();
     if (!(std::strncmp(p, "SYSTEM", 6) == 0 || std::strncmp(p, "PUBLIC", 6) == 0))
         return true;
     had = true;
@@ -1537,12 +1539,11 @@ bool STANDARD_READER::STATE::external_id(bool public_alone, bool& had)
     p += 6;
     if (!need_space("in an external identifier"))
         return false;
-    std::string literal_text;
     if (is_public) {
         const char quote = *p;
-        if (!read_quoted(literal_text, "public identifier"))
+        if (!read_quoted(public_id, "public identifier"))
             return false;
-        for (const char c : literal_text)
+        for (const char c : public_id)
             if (!pubid_char(c, quote))
                 return fail_here("character not allowed in a public identifier");
         const char* before = p;
@@ -1554,7 +1555,7 @@ bool STANDARD_READER::STATE::external_id(bool public_alone, bool& had)
             return fail_here("white space expected after the public identifier");
         }
     }
-    return read_quoted(literal_text, "system identifier");
+    return read_quoted(system_id, "system identifier");
 }
 
 bool STANDARD_READER::STATE::entity_value(std::string& out)
@@ -1618,7 +1619,9 @@ bool STANDARD_READER::STATE::entity_declaration()
         return false;
     ENTITY entity;
     bool had;
-    if (!external_id(false, had))
+    std::string public_id;
+    std::string system_id;
+    if (!external_id(false, had, public_id, system_id))
         return false;
     if (had) {
         entity.external = true;
@@ -1663,7 +1666,9 @@ bool STANDARD_READER::STATE::notation_declaration()
     if (!need_space("after the notation name"))
         return false;
     bool had;
-    if (!external_id(true, had))
+    std::string public_id;
+    std::string system_id;
+    if (!external_id(true, had, public_id, system_id))
         return false;
     if (!had)
         return fail_here("SYSTEM or PUBLIC expected in a notation declaration");
@@ -1672,6 +1677,8 @@ bool STANDARD_READER::STATE::notation_declaration()
         return *p == '\0' ? unexpected("a notation declaration")
                           : fail_here("\">\" expected to end a notation declaration");
     ++p;
+    if (standard_handler != nullptr)
+        standard_handler->process_notation(std::string(name, length), public_id, system_id);
     return true;
 }
 

@@ -90,6 +90,12 @@ void VORN_XML_CANONICAL_HANDLER::process_doctype(const std::string& name, const 
     VORN_XML_STANDARD_HANDLER::process_doctype(name, public_id, system_id);
 }
 
+void VORN_XML_CANONICAL_HANDLER::process_notation(const std::string& name, const std::string& public_id,
+                                                  const std::string& system_id)
+{
+    add_notation(name, public_id, system_id);
+}
+
 void VORN_XML_CANONICAL_HANDLER::add_notation(const std::string& name, const std::string& public_id,
                                               const std::string& system_id)
 {
