@@ -12,9 +12,8 @@ int main(int argc, char** argv)
         return done;
     int worst = 0;
     for (const std::string& file : command.files) {
-        const int status =
-            vornxml_tool::read_document(file, command.make_mode, command.files.size() > 1, command.standard,
-                                        command.limits);
+        const int status = vornxml_tool::read_document(file, command.make_mode, command.files.size() > 1,
+                                                       command.standard, command.limits);
         if (status > worst)
             worst = status;
     }

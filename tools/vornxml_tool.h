@@ -88,7 +88,7 @@ struct COMMAND {
     MODE_MAKER make_mode = make_tree_mode;
     std::vector<std::string> files;
     VORN_XML_LIMITS limits = VORN_XML_LIMITS::tool_defaults();  // --max-*, --huge
-    bool standard = false;  // --standard: read standard XML 1.0
+    bool standard = false;                                      // --standard: read standard XML 1.0
 };
 
 // Reads the arguments into `command`.  Returns -1 to go on and read the
