@@ -12,6 +12,9 @@
 //   from the tables of XML 1.0's earlier editions, which the fifth edition
 //   widened (so `<cafÃ© â¬="1"/>` is well-formed now and
 //   not to expat); the standard target covers encodings and UTF-8;
+// - an input with a NUL byte among its first four: expat guesses UTF-16
+//   from "<" and a NUL without a byte order mark, which XML 1.0 requires
+//   of a UTF-16 document (so `<\0a\0/\0>\0` is refused here, rightly);
 // - an input whose XML declaration gives a version other than "1." and
 //   digits: expat takes any version;
 // - an input holding "<!DOCTYPE" and any of "SYSTEM", "PUBLIC" or "%":
@@ -111,6 +114,8 @@ bool comparable(const std::string& document)
     for (const char c : document)
         if (static_cast<unsigned char>(c) >= 0x80)
             return false;
+    if (document.substr(0, 4).find('\0') != std::string::npos)
+        return false;
     if (document.find("<!DOCTYPE") == std::string::npos)
         return true;
     return document.find("SYSTEM") == std::string::npos && document.find("PUBLIC") == std::string::npos &&
