@@ -21,6 +21,24 @@
 #include "vorn_xml_standard_names.h"
 
 namespace vorn_standard {
+
+namespace {
+
+// The character one of the five predefined entities stands for (lt, gt,
+// amp, apos, quot), or 0 for any other name.
+char predefined_entity(const char* name, std::size_t length)
+{
+    if (length == 2 && name[1] == 't' && (name[0] == 'l' || name[0] == 'g'))
+        return name[0] == 'l' ? '<' : '>';
+    if (length == 3 && std::memcmp(name, "amp", 3) == 0)
+        return '&';
+    if (length == 4 && (std::memcmp(name, "apos", 4) == 0 || std::memcmp(name, "quot", 4) == 0))
+        return name[0] == 'a' ? '\'' : '"';
+    return 0;
+}
+
+}  // namespace
+
 namespace {
 
 // Bytes that end a run of character data: < & ] and the NUL at the end.
@@ -1086,16 +1104,8 @@ bool STANDARD_READER::STATE::attribute_value(std::string& out, bool in_declarati
             if (*p != ';')
                 return fail(at, "\";\" expected after an entity reference");
             ++p;
-            if (length == 2 && name[1] == 't' && (name[0] == 'l' || name[0] == 'g')) {
-                out.push_back(name[0] == 'l' ? '<' : '>');
-                break;
-            }
-            if (length == 3 && std::memcmp(name, "amp", 3) == 0) {
-                out.push_back('&');
-                break;
-            }
-            if (length == 4 && (std::memcmp(name, "apos", 4) == 0 || std::memcmp(name, "quot", 4) == 0)) {
-                out.push_back(name[0] == 'a' ? '\'' : '"');
+            if (const char c = predefined_entity(name, length)) {
+                out.push_back(c);
                 break;
             }
             key.assign(name, length);
@@ -1170,16 +1180,8 @@ bool STANDARD_READER::STATE::expand_in_attribute(ENTITY& entity, std::string& ou
             }
             ++p;
             q = p;
-            if (length == 2 && ref[1] == 't' && (ref[0] == 'l' || ref[0] == 'g')) {
-                out.push_back(ref[0] == 'l' ? '<' : '>');
-                continue;
-            }
-            if (length == 3 && std::memcmp(ref, "amp", 3) == 0) {
-                out.push_back('&');
-                continue;
-            }
-            if (length == 4 && (std::memcmp(ref, "apos", 4) == 0 || std::memcmp(ref, "quot", 4) == 0)) {
-                out.push_back(ref[0] == 'a' ? '\'' : '"');
+            if (const char c = predefined_entity(ref, length)) {
+                out.push_back(c);
                 continue;
             }
             key.assign(ref, length);
