@@ -640,10 +640,12 @@ bool STANDARD_READER::STATE::start_tag()
             return *p == '\0' ? unexpected("a start tag") : fail_here("\"=\" expected after an attribute name");
         ++p;
         skip_space();
-        if (count == raw.size()) {
+        // (raw also grows with the defaults of declared attributes, so the
+        // two are sized apart.)
+        if (count == raw.size())
             raw.emplace_back();
+        if (count == scratch.size())
             scratch.emplace_back();
-        }
         RAW_ATTRIBUTE& slot = raw[count];
         slot.name = attribute;
         slot.name_length = attribute_length;

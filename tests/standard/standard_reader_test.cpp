@@ -101,6 +101,9 @@ TEST(standard_reader, accepts_and_reports_in_document_order)
          "DOCTYPE a[][] <a> </a>"},
         {"<!DOCTYPE a [<!ELEMENT a ((b,c)|(d?,e*)+)><!ENTITY x SYSTEM 'x' NDATA n>]><a/>", "DOCTYPE a[][] <a> </a>"},
         {"<a A='1' a='2'/>", "<a A=[1] a=[2]> </a>"},
+        // Defaults that add attributes to one tag, then a tag with pairs of its own.
+        {"<!DOCTYPE a [<!ATTLIST a p CDATA '1' q CDATA '2'>]><a><b x='3' y='4' z='5'/></a>",
+         "DOCTYPE a[][] <a p=[1]* q=[2]*> <b x=[3] y=[4] z=[5]> </b> </a>"},
         {"\xEF\xBB\xBF<a/>", "<a> </a>"},
         {"<a>" + std::string(121, 'x') + "</a>", "<a> '" + std::string(121, 'x') + "' </a>"},
     };
