@@ -152,10 +152,12 @@ private:
     template <class WINDOW> int start_tag_in(WINDOW& window, std::string& name, SPARE_ENTRIES& spare);
     template <class WINDOW> bool end_tag_in(WINDOW& window, const std::string& open_name);
     template <class WINDOW> void token_after(WINDOW& window, const char* after);
-    // get_next_token(true, '<') for a run of character data that lies in the
-    // source's window up to its "<", references included: the run (the
-    // current token and the text gathered) goes into `run`.  False, with
-    // nothing read (`run` then holds anything), otherwise.
+    // get_next_token(true, '<') for a run of character data, references
+    // included: the run (the current token and the text gathered) goes into
+    // `run`.  What lies in the source's window is scanned in place, and the
+    // text reader goes on from the window's end, so no byte is read twice.
+    // False, with nothing read (`run` then holds anything), when the run
+    // starts at a reference, an unknown token or the end of input.
     bool read_run_in_window(std::string& run);
     template <class WINDOW> bool run_in(WINDOW& window, std::string& run);
     // True when the current token's text is exactly the literal `text`.

@@ -382,13 +382,13 @@ inline __attribute__((always_inline)) bool VORN_XML_SAX_PARSER::run_in(WINDOW& w
     for (;;) {
         p = end_of_plain_text(p, end, '<');
         if (p == end || *p == end_of_input)
-            return false;
+            break;
         if (*p == '<')
             break;
         char yields = 0;
         const char* const after = reference_after(p + 1, end, yields);
         if (after == nullptr)
-            return false;
+            break;
         if (yields != 0) {
             run.append(segment, static_cast<std::size_t>(p - segment));
             run.push_back(yields);
@@ -399,8 +399,20 @@ inline __attribute__((always_inline)) bool VORN_XML_SAX_PARSER::run_in(WINDOW& w
     run.append(segment, static_cast<std::size_t>(p - segment));
     current_token.clear();
     current_token.append(run, first, std::string::npos);
-    window.consume(p + 1);  // the "<" is delivered, and stays current
-    current_char = '<';
+    if (p != end && *p == '<') {
+        window.consume(p + 1);  // the "<" is delivered, and stays current
+        current_char = '<';
+    } else {
+        // The run goes on past the window (or a reference, or a byte 0xFF,
+        // is not whole in it): what lies before is taken, and the text
+        // reader goes on from there, so that no byte is read twice.
+        window.consume(p);
+        current_char = window.get();
+        const std::size_t taken = current_token.size();
+        read_text(window, '<');
+        if (current_token.size() > taken)  // (a limit reached there empties the token)
+            run.append(current_token, taken, std::string::npos);
+    }
     token_type = TOKEN_STRING;
     return true;
 }
