@@ -87,8 +87,8 @@ public:
     int get_next_char() override;
 
 private:
-    int read_next_chunk();               // get_next_char() when the buffer is used up
-    void make_room(std::size_t length);  // in xml_text, for a chunk
+    VORN_XML_LOCAL int read_next_chunk();               // get_next_char() when the buffer is used up
+    VORN_XML_LOCAL void make_room(std::size_t length);  // in xml_text, for a chunk
 };
 
 // ---------------------------------------------------------------------------
@@ -122,7 +122,7 @@ public:
     int get_next_char() override;
 
 private:
-    int end_of_text();  // get_next_char() at the end or at a byte 0xFF
+    VORN_XML_LOCAL int end_of_text();  // get_next_char() at the end or at a byte 0xFF
 };
 
 #endif

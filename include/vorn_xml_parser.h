@@ -135,8 +135,8 @@ public:
 
 private:
     void read_char() { current_char = static_cast<char>(input_source->get_next_char()); }
-    void next_token();            // get_next_token(false, 0) without the copy
-    void gather_text(char stop);  // get_next_token(true, stop) without the copy
+    VORN_XML_LOCAL void next_token();            // get_next_token(false, 0) without the copy
+    VORN_XML_LOCAL void gather_text(char stop);  // get_next_token(true, stop) without the copy
     // The same over the window of the source (see next_token()).
     template <class WINDOW> void read_token(WINDOW& window);
     template <class WINDOW> char skip_comment(WINDOW& window);
@@ -147,8 +147,8 @@ private:
     // the result is TAG_NONE (false).  The reading state and the source end
     // up exactly as the token-by-token reading leaves them.
     class SPARE_ENTRIES;  // attribute entries kept for reuse across tags
-    int read_start_tag_in_window(std::string& name, SPARE_ENTRIES& spare);
-    bool read_end_tag_in_window(const std::string& open_name);
+    VORN_XML_LOCAL int read_start_tag_in_window(std::string& name, SPARE_ENTRIES& spare);
+    VORN_XML_LOCAL bool read_end_tag_in_window(const std::string& open_name);
     template <class WINDOW> int start_tag_in(WINDOW& window, std::string& name, SPARE_ENTRIES& spare);
     template <class WINDOW> bool end_tag_in(WINDOW& window, const std::string& open_name);
     template <class WINDOW> void token_after(WINDOW& window, const char* after);
@@ -158,7 +158,7 @@ private:
     // text reader goes on from the window's end, so no byte is read twice.
     // False, with nothing read (`run` then holds anything), when the run
     // starts at a reference, an unknown token or the end of input.
-    bool read_run_in_window(std::string& run);
+    VORN_XML_LOCAL bool read_run_in_window(std::string& run);
     template <class WINDOW> bool run_in(WINDOW& window, std::string& run);
     // True when the current token's text is exactly the literal `text`.
     template <std::size_t N> bool token_is(const char (&text)[N]) const
@@ -174,20 +174,20 @@ private:
         }
         return missing_literal(expected, N - 1);
     }
-    bool missing_literal(const char* expected, std::size_t length);  // the failure of need_literal()
-    void file_error(const std::string& message);
+    VORN_XML_LOCAL bool missing_literal(const char* expected, std::size_t length);  // the failure of need_literal()
+    VORN_XML_LOCAL void file_error(const std::string& message);
     // Limits (vorn_xml_limits.h).  The limited parser whose parse is under
     // way, or null for a plain parser: asked where a check is rare (once per
     // parse's content, per tag read token by token, at the end of a window
     // in the middle of a token, per message).
-    VORN_XML_LIMITED_SAX_PARSER* limited_reading();
+    VORN_XML_LOCAL VORN_XML_LIMITED_SAX_PARSER* limited_reading();
     // parse_xml10_xml_body(), with the limits of `limited` when LIMITED.
     template <bool LIMITED> bool read_content(VORN_XML_LIMITED_SAX_PARSER* limited);
     // True, with the parse ended, when `size` is beyond the limit `kind`
     // (an int holding a VORN_XML_LIMITS::KIND) of `limited`.
-    bool past_limit(VORN_XML_LIMITED_SAX_PARSER* limited, int kind, uint64_t size);
+    VORN_XML_LOCAL bool past_limit(VORN_XML_LIMITED_SAX_PARSER* limited, int kind, uint64_t size);
     // past_limit() for the current token, when the parse reads with limits.
-    bool token_past_limit(int kind);
+    VORN_XML_LOCAL bool token_past_limit(int kind);
 };
 
 #endif
