@@ -90,43 +90,6 @@ struct VALUE_STOPS {
 };
 constexpr VALUE_STOPS value_stops;
 
-inline bool is_space(char c)
-{
-    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
-}
-
-void append_utf8(std::string& out, uint32_t c)
-{
-    if (c < 0x80) {
-        out.push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (c >> 6)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xF0 | (c >> 18)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
-}
-
-bool xml_char(uint32_t c)
-{
-    if (c < 0x20)
-        return c == 0x9 || c == 0xA || c == 0xD;
-    if (c < 0xD800)
-        return true;
-    if (c < 0xE000)
-        return false;
-    if (c < 0x10000)
-        return c != 0xFFFE && c != 0xFFFF;
-    return c < 0x110000;
-}
-
 bool pubid_char(char c, char quote)
 {
     if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'))

@@ -12,11 +12,6 @@ namespace {
 
 enum class ENCODING { UTF8, UTF16LE, UTF16BE, LATIN1, ASCII };
 
-bool is_space(char c)
-{
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
-
 char lower(char c)
 {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
@@ -150,36 +145,9 @@ inline __m128i unusual(__m128i v)
 }
 #endif
 
-bool xml_char(uint32_t c)
-{
-    if (c < 0x20)
-        return c == 0x9 || c == 0xA || c == 0xD;
-    if (c < 0xD800)
-        return true;
-    if (c < 0xE000)
-        return false;
-    if (c < 0x10000)
-        return c != 0xFFFE && c != 0xFFFF;
-    return c < 0x110000;
-}
-
 void DECODER::put(uint32_t c)
 {
-    if (c < 0x80) {
-        out.owned.push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-        out.owned.push_back(static_cast<char>(0xC0 | (c >> 6)));
-        out.owned.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c < 0x10000) {
-        out.owned.push_back(static_cast<char>(0xE0 | (c >> 12)));
-        out.owned.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.owned.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-        out.owned.push_back(static_cast<char>(0xF0 | (c >> 18)));
-        out.owned.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-        out.owned.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.owned.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
+    append_utf8(out.owned, c);
 }
 
 void DECODER::utf8(std::size_t from)
