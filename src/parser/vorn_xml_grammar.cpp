@@ -69,32 +69,39 @@ public:
         }
         // The name goes into the spare entry first and is looked up there.
         NODE& spare = entry(count - 1);
-        // (clear() and append() rather than assign(): the same result, by a
-        // shorter road through the string's code.)
-        std::string& key = spare.key();
-        key.clear();
-        key.append(name, name_size);
+        overwrite(spare.key(), name, name_size);
+        std::string& value_text = spare.mapped();
+        overwrite(value_text, value, value_size);
+        // Names often come in order: the end is the hint, which costs one
+        // comparison when the new name goes last and an ordinary descent
+        // otherwise.  A name already there keeps its entry and takes the
+        // value; the spare entry, still ours, takes the old one.
         MAP& map = list.attrib_map;
-        MAP::iterator at = map.end();
-        // Names often come in order: then the new one goes last, found with
-        // one comparison.
-        if (!map.empty() && !map.key_comp()(std::prev(at)->first, key)) {
-            at = map.lower_bound(key);
-            if (at != map.end() && !map.key_comp()(key, at->first)) {
-                at->second.assign(value, value_size);
-                return;
-            }
+        const MAP::size_type pairs = map.size();
+        const MAP::iterator at = map.insert(map.end(), std::move(spare));
+        if (map.size() == pairs) {
+            at->second.swap(value_text);
+            return;
         }
-        spare.mapped().clear();
-        spare.mapped().append(value, value_size);
-        if (map.empty())
-            map.insert(std::move(spare));  // the tag's first pair: no hint to weigh
-        else
-            map.insert(at, std::move(spare));
         entry(--count).~NODE();
     }
 
 private:
+    // `text` becomes [p, p + length): in place when it is no shorter, which
+    // needs no call into the string's code; else by clear() and append(),
+    // the same result as assign() by a shorter road.
+    static void overwrite(std::string& text, const char* p, std::size_t length)
+    {
+        if (length <= text.size()) {
+            if (length != 0)
+                std::memcpy(&text[0], p, length);
+            text.resize(length);
+            return;
+        }
+        text.clear();
+        text.append(p, length);
+    }
+
     static constexpr int size = 16;
     NODE& entry(int i) { return *std::launder(reinterpret_cast<NODE*>(&entries[i])); }
     // Raw room for the handles: only those in use are constructed.

@@ -109,6 +109,11 @@ TEST(documents, markup)
         {"<a b=\"\"/>", true, {}, "start a {b=}; end a"},
         {"<a B=\"1\" b=\"2\"/>", true, {}, "start a {B=2}; end a"},
         {"<a y=\"1\" x=\"2\" Y=\"3\"/>", true, {}, "start a {x=2,y=3}; end a"},
+        // The same, with the entries of an earlier tag to reuse.
+        {"<r><a p=\"1\" q=\"2\" r=\"3\" s=\"4\"/><a B=\"1\" b=\"2\" A=\"3\" a=\"4\"/></r>",
+         true,
+         {},
+         "start r {}; start a {p=1,q=2,r=3,s=4}; end a; start a {A=4,B=2}; end a; end r"},
         {"<a <!-- c --> b=\"1\"/>", true, {}, "start a {b=1}; end a"},
         {"<a b=\"x &amp; <y>\n&#60;\"/>", true, {}, "start a {b=x &amp; <y>\n&#60;}; end a"},
         {"<a x=\"1\"><b y=\"2\"/><c/></a>",
