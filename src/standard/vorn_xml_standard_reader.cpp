@@ -761,14 +761,17 @@ bool STANDARD_READER::STATE::deliver_start(const char* at, const char* name, std
         const RAW_ATTRIBUTE& a = raw[i];
         bool inserted;
         if (!spare.empty()) {
-            VORN_XML_ATTRIB_LIST::MAP::node_type node = std::move(spare.back());
-            spare.pop_back();
-            node.key().assign(a.name, a.name_length);
-            node.mapped().assign(a.value, a.value_length);
-            auto result = map.insert(std::move(node));
-            inserted = result.inserted;
-            if (!inserted)
-                spare.push_back(std::move(result.node));
+            // The entry is filled in place; names often come in order, so
+            // the end is the hint (one comparison when the name goes last).
+            // A repeated name leaves the entry spare.
+            VORN_XML_ATTRIB_LIST::MAP::node_type& node = spare.back();
+            reuse_text(node.key(), a.name, a.name_length);
+            reuse_text(node.mapped(), a.value, a.value_length);
+            const auto pairs = map.size();
+            map.insert(map.end(), std::move(node));
+            inserted = map.size() != pairs;
+            if (inserted)
+                spare.pop_back();
         } else {
             inserted = map.emplace(std::piecewise_construct, std::forward_as_tuple(a.name, a.name_length),
                                    std::forward_as_tuple(a.value, a.value_length))

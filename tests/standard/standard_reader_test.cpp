@@ -132,6 +132,7 @@ TEST(standard_reader, refuses_at_the_first_fault_with_its_place)
         {"<?xml encoding='utf-8'?><a/>", "1:7 the XML declaration needs a version"},
         {"<?xml version='1.0' standalone='maybe'?><a/>", "1:39 standalone must be"},
         {"<a x='1' x='2'/>", "1:1 attribute 'x' is repeated"},
+        {"<r><a x='1' y='2' z='3'/><b z='1' z='2'/></r>", "1:26 attribute 'z' is repeated"},  // entries reused
         {"<a x='<'/>", "1:7 \"<\" in an attribute value"},
         {"<a x=1/>", "1:6 a quoted attribute value"},
         {"<a x='1'y='2'/>", "1:9 white space, \">\" or \"/>\""},
