@@ -10,6 +10,7 @@
 #include <emmintrin.h>
 #endif
 
+#include "../companion/vorn_text.h"
 #include "../internal/vorn_xml_chars.h"
 #include "../internal/vorn_xml_counting_window.h"
 #include "../internal/vorn_xml_failures.h"
@@ -69,9 +70,9 @@ public:
         }
         // The name goes into the spare entry first and is looked up there.
         NODE& spare = entry(count - 1);
-        overwrite(spare.key(), name, name_size);
+        vorn_reuse_text(spare.key(), name, name_size);
         std::string& value_text = spare.mapped();
-        overwrite(value_text, value, value_size);
+        vorn_reuse_text(value_text, value, value_size);
         // Names often come in order: the end is the hint, which costs one
         // comparison when the new name goes last and an ordinary descent
         // otherwise.  A name already there keeps its entry and takes the
@@ -87,21 +88,6 @@ public:
     }
 
 private:
-    // `text` becomes [p, p + length): in place when it is no shorter, which
-    // needs no call into the string's code; else by clear() and append(),
-    // the same result as assign() by a shorter road.
-    static void overwrite(std::string& text, const char* p, std::size_t length)
-    {
-        if (length <= text.size()) {
-            if (length != 0)
-                std::memcpy(&text[0], p, length);
-            text.resize(length);
-            return;
-        }
-        text.clear();
-        text.append(p, length);
-    }
-
     static constexpr int size = 16;
     NODE& entry(int i) { return *std::launder(reinterpret_cast<NODE*>(&entries[i])); }
     // Raw room for the handles: only those in use are constructed.

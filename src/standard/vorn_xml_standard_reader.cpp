@@ -18,6 +18,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "../companion/vorn_text.h"
 #include "vorn_xml_standard_names.h"
 
 namespace vorn_standard {
@@ -765,8 +766,8 @@ bool STANDARD_READER::STATE::deliver_start(const char* at, const char* name, std
             // the end is the hint (one comparison when the name goes last).
             // A repeated name leaves the entry spare.
             VORN_XML_ATTRIB_LIST::MAP::node_type& node = spare.back();
-            reuse_text(node.key(), a.name, a.name_length);
-            reuse_text(node.mapped(), a.value, a.value_length);
+            vorn_reuse_text(node.key(), a.name, a.name_length);
+            vorn_reuse_text(node.mapped(), a.value, a.value_length);
             const auto pairs = map.size();
             map.insert(map.end(), std::move(node));
             inserted = map.size() != pairs;

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string>
 
 #include "vorn_xml_standard_bytes.h"
@@ -53,20 +52,6 @@ inline bool xml_char(uint32_t c)
 }
 
 // Appends the UTF-8 form of the code point `c` (below 0x110000) to `out`.
-// `text`, which held a text of its kind before (a reused name or value),
-// becomes [p, p + size), which lies outside it: in place when it is no
-// shorter, which needs no call into the string's code.
-inline void reuse_text(std::string& text, const char* p, std::size_t size)
-{
-    if (size <= text.size()) {
-        if (size != 0)
-            std::memcpy(&text[0], p, size);
-        text.resize(size);
-        return;
-    }
-    text.assign(p, size);
-}
-
 inline void append_utf8(std::string& out, uint32_t c)
 {
     if (c < 0x80) {
