@@ -25,6 +25,19 @@ namespace vorn_standard {
 
 namespace {
 
+// A value of a declared type other than CDATA, normalised further: no space
+// at either end, and one for each run of spaces.
+void collapse_spaces(std::string& value)
+{
+    std::size_t out = 0;
+    for (std::size_t k = 0; k < value.size(); ++k)
+        if (value[k] != ' ' || (out > 0 && value[out - 1] != ' '))
+            value[out++] = value[k];
+    if (out > 0 && value[out - 1] == ' ')
+        --out;
+    value.resize(out);
+}
+
 // The character one of the five predefined entities stands for (lt, gt,
 // amp, apos, quot), or 0 for any other name.
 char predefined_entity(const char* name, std::size_t length)
@@ -197,6 +210,27 @@ private:
         return true;
     }
     bool read_name(const char*& name, std::size_t& length, const char* what);
+    // The name of a reference whose "&" is at `at` (p just after it), and
+    // its ";".
+    bool reference_name(const char* at, const char*& name, std::size_t& length)
+    {
+        if (!read_name(name, length, "an entity reference"))
+            return false;
+        if (*p != ';')
+            return fail(at, "\";\" expected after an entity reference");
+        ++p;
+        return true;
+    }
+    // A declaration's start: "<!" and its `keyword` (matched already), the
+    // white space after them, and the name it declares (`what` says which),
+    // followed by white space when `space_after` says where.
+    bool declaration_start(const char* keyword, const char*& name, std::size_t& length, const char* what,
+                           const char* space_after)
+    {
+        p += 2 + std::strlen(keyword);
+        return need_space((std::string("after ") + keyword).c_str()) && read_name(name, length, what) &&
+               (space_after == nullptr || need_space(space_after));
+    }
     bool read_char_ref(uint32_t& c);
     bool read_quoted(std::string& out, const char* what);
     bool undeclared_is_fault() const { return standalone || (!external_subset && !pe_references); }
@@ -646,16 +680,8 @@ std::size_t STANDARD_READER::STATE::apply_declarations(std::size_t count)
         while (i < count && attributes[i].name != declared.name)
             ++i;
         if (i < count) {
-            if (!declared.cdata) {
-                std::string& value = attributes[i].value;
-                std::size_t out = 0;
-                for (std::size_t k = 0; k < value.size(); ++k)
-                    if (value[k] != ' ' || (out > 0 && value[out - 1] != ' '))
-                        value[out++] = value[k];
-                if (out > 0 && value[out - 1] == ' ')
-                    --out;
-                value.resize(out);
-            }
+            if (!declared.cdata)
+                collapse_spaces(attributes[i].value);
         } else if (declared.has_default) {
             if (count == attributes.size())
                 attributes.emplace_back();
@@ -886,11 +912,8 @@ bool STANDARD_READER::STATE::reference_in_content()
     ++p;
     const char* name = nullptr;
     std::size_t length = 0;
-    if (!read_name(name, length, "an entity reference"))
+    if (!reference_name(at, name, length))
         return false;
-    if (*p != ';')
-        return fail(at, "\";\" expected after an entity reference");
-    ++p;
     if (length == 2 && name[1] == 't' && (name[0] == 'l' || name[0] == 'g')) {
         run.push_back(name[0] == 'l' ? '<' : '>');
         return true;
@@ -1068,11 +1091,8 @@ bool STANDARD_READER::STATE::attribute_value(std::string& out, bool in_declarati
             ++p;
             const char* name = nullptr;
             std::size_t length = 0;
-            if (!read_name(name, length, "an entity reference"))
+            if (!reference_name(at, name, length))
                 return false;
-            if (*p != ';')
-                return fail(at, "\";\" expected after an entity reference");
-            ++p;
             if (const char c = predefined_entity(name, length)) {
                 out.push_back(c);
                 break;
@@ -1192,12 +1212,9 @@ bool STANDARD_READER::STATE::expand_in_attribute(ENTITY& entity, std::string& ou
 bool STANDARD_READER::STATE::doctype()
 {
     doctype_seen = true;
-    p += 9;
-    if (!need_space("after DOCTYPE"))
-        return false;
     const char* name = nullptr;
     std::size_t length = 0;
-    if (!read_name(name, length, "the DOCTYPE"))
+    if (!declaration_start("DOCTYPE", name, length, "the DOCTYPE", nullptr))
         return false;
     std::string public_id;
     std::string system_id;
@@ -1311,14 +1328,9 @@ bool STANDARD_READER::STATE::internal_subset()
 
 bool STANDARD_READER::STATE::element_declaration()
 {
-    p += 9;
-    if (!need_space("after ELEMENT"))
-        return false;
     const char* name = nullptr;
     std::size_t length = 0;
-    if (!read_name(name, length, "an element declaration"))
-        return false;
-    if (!need_space("after the element name"))
+    if (!declaration_start("ELEMENT", name, length, "an element declaration", "after the element name"))
         return false;
     if (literal("EMPTY") || literal("ANY")) {
         // nothing more
@@ -1397,12 +1409,9 @@ bool STANDARD_READER::STATE::element_declaration()
 
 bool STANDARD_READER::STATE::attlist_declaration()
 {
-    p += 9;
-    if (!need_space("after ATTLIST"))
-        return false;
     const char* element = nullptr;
     std::size_t element_length = 0;
-    if (!read_name(element, element_length, "an attribute-list declaration"))
+    if (!declaration_start("ATTLIST", element, element_length, "an attribute-list declaration", nullptr))
         return false;
     const std::string element_name(element, element_length);
     for (;;) {
@@ -1474,16 +1483,8 @@ bool STANDARD_READER::STATE::attlist_declaration()
             if (!attribute_value(declared.value, true))
                 return false;
             declared.has_default = true;
-            if (!cdata) {
-                std::string& value = declared.value;
-                std::size_t out = 0;
-                for (std::size_t k = 0; k < value.size(); ++k)
-                    if (value[k] != ' ' || (out > 0 && value[out - 1] != ' '))
-                        value[out++] = value[k];
-                if (out > 0 && value[out - 1] == ' ')
-                    --out;
-                value.resize(out);
-            }
+            if (!cdata)
+                collapse_spaces(declared.value);
         }
         if (!skip_declarations) {
             std::vector<ATTRIBUTE_DECL>& declarations = attlists[element_name];
@@ -1557,11 +1558,8 @@ bool STANDARD_READER::STATE::entity_value(std::string& out)
             const char* at = p++;
             const char* name = nullptr;
             std::size_t length = 0;
-            if (!read_name(name, length, "an entity reference"))
+            if (!reference_name(at, name, length))
                 return false;
-            if (*p != ';')
-                return fail(at, "\";\" expected after an entity reference");
-            ++p;
             out.append(at, p);
             continue;
         }
@@ -1627,14 +1625,9 @@ bool STANDARD_READER::STATE::entity_declaration()
 
 bool STANDARD_READER::STATE::notation_declaration()
 {
-    p += 10;
-    if (!need_space("after NOTATION"))
-        return false;
     const char* name = nullptr;
     std::size_t length = 0;
-    if (!read_name(name, length, "a notation declaration"))
-        return false;
-    if (!need_space("after the notation name"))
+    if (!declaration_start("NOTATION", name, length, "a notation declaration", "after the notation name"))
         return false;
     bool had;
     std::string public_id;
