@@ -1,14 +1,15 @@
 #include "vorn_xml_standard_writer.h"
 
 #include "vorn_xml_walk.h"
+#include "vorn_xml_writing.h"
 
 #include <cstdint>
 #include <string>
 
+using namespace vorn_xml_writing;
+
 namespace {
 
-constexpr std::size_t max_indent_levels = 32;
-constexpr std::size_t flush_size = 1 << 16;
 constexpr uint32_t not_utf8 = 0xFFFFFFFF;
 
 // The character that starts at text[at], moving `at` past it; not_utf8 for
@@ -95,11 +96,6 @@ bool is_blank_only(const std::string& text)
     return text.find_first_not_of(" \t\n\r") == std::string::npos;
 }
 
-bool has_sub_elements(VORN_XML_ELEMENT* element)
-{
-    return element->subelement_list != nullptr && !element->subelement_list->is_empty();
-}
-
 // Why `element` itself cannot be written; empty when it can.
 std::string problem_of(VORN_XML_ELEMENT* element)
 {
@@ -125,32 +121,6 @@ std::string problem_of(VORN_XML_ELEMENT* element)
     const std::string problem = problem_of_text(text);
     return problem.empty() ? problem : "its text: " + problem;
 }
-
-// Collects output and hands it to a stream in large pieces (or keeps it all
-// when there is no stream).
-class SINK {
-public:
-    SINK(std::string& text, std::ostream* stream) : out(text), to(stream) {}
-    void put(const std::string& text) { put(text.data(), text.size()); }
-    void put(const char* text, std::size_t size)
-    {
-        out.append(text, size);
-        if (to != nullptr && out.size() >= flush_size)
-            flush();
-    }
-    void put(char c) { put(&c, 1); }
-    void flush()
-    {
-        if (to != nullptr) {
-            to->write(out.data(), static_cast<std::streamsize>(out.size()));
-            out.clear();
-        }
-    }
-
-private:
-    std::string& out;
-    std::ostream* to;
-};
 
 // `text` with the references it needs: in attribute values (`in_value`)
 // & < > " tab, line feed and carriage return, in text & < > and carriage
@@ -179,13 +149,6 @@ void put_escaped(SINK& sink, const std::string& text, bool in_value)
     sink.put(text.data() + from, text.size() - from);
 }
 
-void put_indent(SINK& sink, int width, std::size_t depth)
-{
-    sink.put('\n');
-    const std::size_t levels = depth < max_indent_levels ? depth : max_indent_levels;
-    sink.put(std::string(levels * static_cast<std::size_t>(width), ' '));
-}
-
 void write_tree(VORN_XML_ELEMENT* root, int indent, SINK& sink)
 {
     sink.put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
@@ -199,20 +162,7 @@ void write_tree(VORN_XML_ELEMENT* root, int indent, SINK& sink)
         if (walk.is_entering()) {
             if (depth > 0 && indented)
                 put_indent(sink, indent, depth);
-            sink.put('<');
-            sink.put(element->element_name);
-            if (element->attrib_list != nullptr) {
-                std::string name;
-                std::string value;
-                element->attrib_list->reset_attrib_list();
-                while (element->attrib_list->get_next_attrib(name, value)) {
-                    sink.put(' ');
-                    sink.put(name);
-                    sink.put("=\"");
-                    put_escaped(sink, value, true);
-                    sink.put('"');
-                }
-            }
+            put_start(sink, element, [](SINK& to, const std::string& value) { put_escaped(to, value, true); });
             const bool has_text = !element->element_data.empty();
             if (!has_text && !has_sub_elements(element)) {
                 sink.put("/>");
@@ -246,48 +196,15 @@ VORN_XML_STANDARD_WRITER::~VORN_XML_STANDARD_WRITER() = default;
 
 bool VORN_XML_STANDARD_WRITER::check(VORN_XML_ELEMENT* root)
 {
-    error_message.clear();
-    if (root == nullptr) {
-        error_message = "cannot write: there is no root element";
-        return false;
-    }
-    for (VORN_XML_TREE_WALK walk(root); walk.next();) {
-        if (!walk.is_entering())
-            continue;
-        VORN_XML_ELEMENT* element = walk.get_element();
-        const std::string problem = problem_of(element);
-        if (problem.empty())
-            continue;
-        std::string place;
-        for (std::size_t depth = 1; depth <= walk.get_depth(); ++depth)
-            place += "/" + std::to_string(walk.get_index_at(depth) + 1);
-        error_message = "cannot write element \"" + element->element_name + "\" at " + (place.empty() ? "/" : place) +
-                        ": " + problem;
-        return false;
-    }
-    return true;
+    return check_tree(root, error_message, problem_of);
 }
 
 bool VORN_XML_STANDARD_WRITER::write(VORN_XML_ELEMENT* root, std::string& out)
 {
-    if (!check(root))
-        return false;
-    SINK sink(out, nullptr);
-    write_tree(root, indent_width, sink);
-    return true;
+    return check(root) && write_to(out, [&](SINK& sink) { write_tree(root, indent_width, sink); });
 }
 
 bool VORN_XML_STANDARD_WRITER::write(VORN_XML_ELEMENT* root, std::ostream& out)
 {
-    if (!check(root))
-        return false;
-    std::string buffer;
-    SINK sink(buffer, &out);
-    write_tree(root, indent_width, sink);
-    out.flush();
-    if (!out) {
-        error_message = "cannot write: the output stream failed";
-        return false;
-    }
-    return true;
+    return check(root) && write_to(out, error_message, [&](SINK& sink) { write_tree(root, indent_width, sink); });
 }

@@ -1,6 +1,7 @@
 #include "vorn_xml_writer.h"
 
 #include "vorn_xml_walk.h"
+#include "vorn_xml_writing.h"
 
 #include "../internal/vorn_xml_chars.h"
 
@@ -8,11 +9,9 @@
 #include <string>
 
 using namespace vorn_xml_chars;
+using namespace vorn_xml_writing;
 
 namespace {
-
-constexpr std::size_t max_indent_levels = 32;
-constexpr std::size_t flush_size = 1 << 16;
 
 bool is_name(const std::string& name)
 {
@@ -70,11 +69,6 @@ std::string problem_of(VORN_XML_ELEMENT* element)
     return {};
 }
 
-bool has_sub_elements(VORN_XML_ELEMENT* element)
-{
-    return element->subelement_list != nullptr && !element->subelement_list->is_empty();
-}
-
 // Walks the tree under `root` in document order: open(walk) as the walk
 // enters an element, close(element, depth) as it leaves it.  Stops and
 // returns false as soon as open() does.
@@ -88,32 +82,6 @@ template <class OPEN, class CLOSE> bool walk(VORN_XML_ELEMENT* root, OPEN open, 
     }
     return true;
 }
-
-// Collects output and hands it to a stream in large pieces (or keeps it all
-// when there is no stream).
-class SINK {
-public:
-    SINK(std::string& text, std::ostream* stream) : out(text), to(stream) {}
-    void put(const std::string& text) { put(text.data(), text.size()); }
-    void put(const char* text, std::size_t size)
-    {
-        out.append(text, size);
-        if (to != nullptr && out.size() >= flush_size)
-            flush();
-    }
-    void put(char c) { put(&c, 1); }
-    void flush()
-    {
-        if (to != nullptr) {
-            to->write(out.data(), static_cast<std::streamsize>(out.size()));
-            out.clear();
-        }
-    }
-
-private:
-    std::string& out;
-    std::ostream* to;
-};
 
 void put_text(SINK& sink, const std::string& text)
 {
@@ -130,15 +98,6 @@ void put_text(SINK& sink, const std::string& text)
     sink.put(text.data() + from, text.size() - from);
 }
 
-void put_indent(SINK& sink, int width, std::size_t depth)
-{
-    if (width <= 0)
-        return;
-    sink.put('\n');
-    const std::size_t levels = depth < max_indent_levels ? depth : max_indent_levels;
-    sink.put(std::string(levels * static_cast<std::size_t>(width), ' '));
-}
-
 void write_tree(VORN_XML_ELEMENT* root, int indent, SINK& sink)
 {
     sink.put("<?xml version=\"1.0\"?>\n");
@@ -146,20 +105,7 @@ void write_tree(VORN_XML_ELEMENT* root, int indent, SINK& sink)
         VORN_XML_ELEMENT* element = walk.get_element();
         if (walk.get_depth() > 0)
             put_indent(sink, indent, walk.get_depth());
-        sink.put('<');
-        sink.put(element->element_name);
-        if (element->attrib_list != nullptr) {
-            std::string name;
-            std::string value;
-            element->attrib_list->reset_attrib_list();
-            while (element->attrib_list->get_next_attrib(name, value)) {
-                sink.put(' ');
-                sink.put(name);
-                sink.put("=\"");
-                sink.put(value);
-                sink.put('"');
-            }
-        }
+        put_start(sink, element, [](SINK& to, const std::string& value) { to.put(value); });
         sink.put(has_sub_elements(element) || !element->element_data.empty() ? ">" : "/>");
         return true;
     };
@@ -186,46 +132,15 @@ VORN_XML_WRITER::~VORN_XML_WRITER() = default;
 
 bool VORN_XML_WRITER::check(VORN_XML_ELEMENT* root)
 {
-    error_message.clear();
-    if (root == nullptr) {
-        error_message = "cannot write: there is no root element";
-        return false;
-    }
-    auto open = [this](const VORN_XML_TREE_WALK& walk) {
-        VORN_XML_ELEMENT* element = walk.get_element();
-        const std::string problem = problem_of(element);
-        if (problem.empty())
-            return true;
-        std::string place;
-        for (std::size_t depth = 1; depth <= walk.get_depth(); ++depth)
-            place += "/" + std::to_string(walk.get_index_at(depth) + 1);
-        error_message = "cannot write element \"" + element->element_name + "\" at " + (place.empty() ? "/" : place) +
-                        ": " + problem;
-        return false;
-    };
-    return walk(root, open, [](VORN_XML_ELEMENT*, std::size_t) {});
+    return check_tree(root, error_message, problem_of);
 }
 
 bool VORN_XML_WRITER::write(VORN_XML_ELEMENT* root, std::string& out)
 {
-    if (!check(root))
-        return false;
-    SINK sink(out, nullptr);
-    write_tree(root, indent_width, sink);
-    return true;
+    return check(root) && write_to(out, [&](SINK& sink) { write_tree(root, indent_width, sink); });
 }
 
 bool VORN_XML_WRITER::write(VORN_XML_ELEMENT* root, std::ostream& out)
 {
-    if (!check(root))
-        return false;
-    std::string buffer;
-    SINK sink(buffer, &out);
-    write_tree(root, indent_width, sink);
-    out.flush();
-    if (!out) {
-        error_message = "cannot write: the output stream failed";
-        return false;
-    }
-    return true;
+    return check(root) && write_to(out, error_message, [&](SINK& sink) { write_tree(root, indent_width, sink); });
 }
