@@ -2,11 +2,7 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr std::size_t flush_size = 1 << 16;
-
-}  // namespace
+#include "vorn_xml_writing.h"
 
 VORN_XML_CANONICAL_HANDLER::VORN_XML_CANONICAL_HANDLER(std::ostream& out) : stream(out)
 {
@@ -17,24 +13,8 @@ VORN_XML_CANONICAL_HANDLER::~VORN_XML_CANONICAL_HANDLER() = default;
 
 void VORN_XML_CANONICAL_HANDLER::escape(const std::string& text, std::string& out)
 {
-    std::size_t from = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char* ref = nullptr;
-        switch (text[i]) {
-        case '&': ref = "&amp;"; break;
-        case '<': ref = "&lt;"; break;
-        case '>': ref = "&gt;"; break;
-        case '"': ref = "&quot;"; break;
-        case '\t': ref = "&#9;"; break;
-        case '\n': ref = "&#10;"; break;
-        case '\r': ref = "&#13;"; break;
-        default: continue;
-        }
-        out.append(text, from, i - from);
-        out += ref;
-        from = i + 1;
-    }
-    out.append(text, from, std::string::npos);
+    // Canonical text escapes what an attribute value does.
+    vorn_xml_writing::put_escaped(text, true, [&out](const char* p, std::size_t n) { out.append(p, n); });
 }
 
 void VORN_XML_CANONICAL_HANDLER::flush()
@@ -138,7 +118,7 @@ void VORN_XML_CANONICAL_HANDLER::process_start_element(const std::string& name, 
         pending += '"';
     }
     pending += '>';
-    if (pending.size() >= flush_size)
+    if (pending.size() >= vorn_xml_writing::flush_size)
         flush();
     VORN_XML_STANDARD_HANDLER::process_start_element(name, attributes);
 }
@@ -148,7 +128,7 @@ void VORN_XML_CANONICAL_HANDLER::process_end_element(const std::string& name)
     pending += "</";
     pending += name;
     pending += '>';
-    if (pending.size() >= flush_size)
+    if (pending.size() >= vorn_xml_writing::flush_size)
         flush();
     VORN_XML_STANDARD_HANDLER::process_end_element(name);
 }
@@ -156,7 +136,7 @@ void VORN_XML_CANONICAL_HANDLER::process_end_element(const std::string& name)
 void VORN_XML_CANONICAL_HANDLER::process_characters(const std::string& text)
 {
     escape(text, pending);
-    if (pending.size() >= flush_size)
+    if (pending.size() >= vorn_xml_writing::flush_size)
         flush();
     VORN_XML_STANDARD_HANDLER::process_characters(text);
 }
@@ -168,7 +148,7 @@ void VORN_XML_CANONICAL_HANDLER::process_processing_instruction(const std::strin
     pending += ' ';
     pending += data;
     pending += "?>";
-    if (pending.size() >= flush_size)
+    if (pending.size() >= vorn_xml_writing::flush_size)
         flush();
     VORN_XML_STANDARD_HANDLER::process_processing_instruction(target, data);
 }

@@ -122,31 +122,10 @@ std::string problem_of(VORN_XML_ELEMENT* element)
     return problem.empty() ? problem : "its text: " + problem;
 }
 
-// `text` with the references it needs: in attribute values (`in_value`)
-// & < > " tab, line feed and carriage return, in text & < > and carriage
-// return.
+// `text` with the references it needs (see vorn_xml_writing.h).
 void put_escaped(SINK& sink, const std::string& text, bool in_value)
 {
-    std::size_t from = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char* ref = nullptr;
-        switch (text[i]) {
-        case '&': ref = "&amp;"; break;
-        case '<': ref = "&lt;"; break;
-        case '>': ref = "&gt;"; break;
-        case '\r': ref = "&#13;"; break;
-        case '"': ref = in_value ? "&quot;" : nullptr; break;
-        case '\t': ref = in_value ? "&#9;" : nullptr; break;
-        case '\n': ref = in_value ? "&#10;" : nullptr; break;
-        default: break;
-        }
-        if (ref != nullptr) {
-            sink.put(text.data() + from, i - from);
-            sink.put(ref);
-            from = i + 1;
-        }
-    }
-    sink.put(text.data() + from, text.size() - from);
+    vorn_xml_writing::put_escaped(text, in_value, [&sink](const char* p, std::size_t n) { sink.put(p, n); });
 }
 
 void write_tree(VORN_XML_ELEMENT* root, int indent, SINK& sink)

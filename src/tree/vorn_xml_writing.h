@@ -59,6 +59,33 @@ inline void put_indent(SINK& sink, int width, std::size_t depth)
     sink.put(std::string(levels * static_cast<std::size_t>(width), ' '));
 }
 
+// `text` with the references it needs, given to put(const char*, size):
+// in attribute values (`in_value`) & < > " tab, line feed and carriage
+// return, in text & < > and carriage return.
+template <class PUT> void put_escaped(const std::string& text, bool in_value, PUT put)
+{
+    std::size_t from = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char* ref = nullptr;
+        switch (text[i]) {
+        case '&': ref = "&amp;"; break;
+        case '<': ref = "&lt;"; break;
+        case '>': ref = "&gt;"; break;
+        case '\r': ref = "&#13;"; break;
+        case '"': ref = in_value ? "&quot;" : nullptr; break;
+        case '\t': ref = in_value ? "&#9;" : nullptr; break;
+        case '\n': ref = in_value ? "&#10;" : nullptr; break;
+        default: break;
+        }
+        if (ref != nullptr) {
+            put(text.data() + from, i - from);
+            put(ref, std::char_traits<char>::length(ref));
+            from = i + 1;
+        }
+    }
+    put(text.data() + from, text.size() - from);
+}
+
 // "<" and the element's name, then its attributes in the list's order,
 // each ` name="value"` with the value written by put_value(sink, value).
 template <class PUT_VALUE> void put_start(SINK& sink, VORN_XML_ELEMENT* element, PUT_VALUE put_value)
