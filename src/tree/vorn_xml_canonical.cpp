@@ -33,14 +33,20 @@ void VORN_XML_CANONICAL_HANDLER::put_doctype()
     std::stable_sort(notations.begin(), notations.end(),
                      [](const NOTATION& a, const NOTATION& b) { return a.name < b.name; });
     pending += "<!DOCTYPE " + doctype_name + " [\n";
+    // A literal in single quotes, or in double ones when it holds a single
+    // quote (it cannot hold both kinds).
+    const auto quoted = [](const std::string& literal) {
+        const char quote = literal.find('\'') == std::string::npos ? '\'' : '"';
+        return quote + literal + quote;
+    };
     for (const NOTATION& notation : notations) {
         pending += "<!NOTATION " + notation.name;
         if (!notation.public_id.empty()) {
-            pending += " PUBLIC '" + notation.public_id + "'";
+            pending += " PUBLIC " + quoted(notation.public_id);
             if (!notation.system_id.empty())
-                pending += " '" + notation.system_id + "'";
+                pending += " " + quoted(notation.system_id);
         } else {
-            pending += " SYSTEM '" + notation.system_id + "'";
+            pending += " SYSTEM " + quoted(notation.system_id);
         }
         pending += ">\n";
     }

@@ -135,13 +135,16 @@ TEST(canonical_handler, notations)
         handler.add_notation("n2", "", "http://a/");
         handler.add_notation("n1", "pub", "");
         handler.add_notation("n0", "-//p", "sys");
+        handler.add_notation("n3", "", "it's");  // a literal that holds a quote reads back
+        handler.add_notation("n4", "p'q", "\"x\"");
         VORN_XML_ATTRIB_LIST* none = nullptr;
         handler.process_start_element("doc", none);
         handler.process_end_element("doc");
         handler.process_end_document("");
     }
     EXPECT_EQ(out.str(), "<!DOCTYPE doc [\n<!NOTATION n0 PUBLIC '-//p' 'sys'>\n<!NOTATION n1 PUBLIC 'pub'>\n"
-                         "<!NOTATION n2 SYSTEM 'http://a/'>\n]>\n<doc></doc>");
+                         "<!NOTATION n2 SYSTEM 'http://a/'>\n<!NOTATION n3 SYSTEM \"it's\">\n"
+                         "<!NOTATION n4 PUBLIC \"p'q\" '\"x\"'>\n]>\n<doc></doc>");
 }
 
 }  // namespace
